@@ -1,0 +1,10 @@
+# SPDX-License-Identifier: MIT
+# What every target is compiled with; a warning is an error.
+add_compile_options(
+  -Wall -Wextra -Wpedantic -Werror
+  -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-qual -Wformat=2 -Wundef
+  -Wdouble-promotion -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough
+  -Wmissing-declarations)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast)
+endif()

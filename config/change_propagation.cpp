@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: MIT
+#include "config/change_propagation.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "config/store.h"
+#include "daemon/log.h"
+#include "eeprom/i2c_eeprom.h"
+#include "param/conversion.h"
+#include "platform/host.h"
+#include "sections/section.h"
+
+namespace {
+
+constexpr std::size_t stream_profiles = 4;
+constexpr std::string_view placeholder = "%d";
+
+bool HasPlaceholder(std::string_view path) {
+  return path.find(placeholder) != std::string_view::npos;
+}
+
+// Only the network-storage server and its media entry are numbered lists that the EEPROM keeps.
+bool IsNumberedList(std::string_view path) {
+  return path.starts_with("Event.Server") || path.starts_with("Event.Media");
+}
+
+// Whether a path of the table names the parameter. A numbered path of another list is compared with
+// what the last formatting left behind.
+bool Names(std::string_view path, std::string_view key, PathText& formatted) {
+  if (!HasPlaceholder(path)) return path == key;
+  if (IsNumberedList(path)) formatted = Nv_FormatPath(path, NsIndex);
+  return key == formatted.data();
+}
+
+// The value of one path of a row that has several: the new one, or the parameter's current one.
+void FillSlot(std::string_view path, std::string_view key, std::string_view value,
+              ValueSlot& slot) {
+  const PathText formatted = Nv_FormatPath(path, NsIndex);
+  const bool numbered = HasPlaceholder(path);
+  if (numbered) (void)std::printf("sNode=%s\n", formatted.data());
+  if (std::string_view(formatted.data()).find(key) != std::string_view::npos) {
+    Slot_SetText(slot, value);
+    return;
+  }
+  Nv_QueryParameter(formatted.data(), slot);
+  if (numbered) (void)std::printf("sVal=%s\n", slot.data());
+}
+
+void WriteField(std::uint32_t address, std::span<const std::uint8_t> field, FieldKind kind) {
+  while (!field.empty()) {
+    const std::size_t piece = std::min<std::size_t>(field.size(), 4);
+    (void)EEprom_WriteValue(eeprom_handle, address, Field_Number(field.first(piece)),
+                            static_cast<int>(piece), static_cast<int>(kind));
+    address += static_cast<std::uint32_t>(piece);
+    field = field.subspan(piece);
+  }
+}
+
+void ReportMatch(std::string_view path) {
+  if (debug_flag != 0) {
+    (void)std::printf("## NVD : link list node=%.*s\n", static_cast<int>(path.size()), path.data());
+  }
+  (void)std::fflush(stdout);
+}
+
+// Puts a lowered setting into the configuration and into the EEPROM.
+void LowerSetting(cfg_node* root, const PathText& path, const char* value) {
+  (void)cfg_set_param_value(cfg_find_param_node(root, path.data()), value);
+  (void)Nv_HandleParameterChange(path.data(), value);
+}
+
+bool ClampResolutions(cfg_node* root) {
+  ValueSlot value;
+  std::array<int, 2> largest{};
+  (void)Nv_ReadParameter(root, "ImageSource.I0.Config.MaxResolution", value);
+  if (Text_ScanInts(Slot_Text(value), "%dx%d", largest.data()) != 2) return false;
+  bool changed = false;
+  for (int i = 0; i < static_cast<int>(stream_profiles); ++i) {
+    const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.Resolution", i);
+    std::array<int, 2> size{};
+    (void)Nv_ReadParameter(root, path.data(), value);
+    if (Text_ScanInts(Slot_Text(value), "%dx%d", size.data()) != 2 || size[0] <= largest[0]) {
+      continue;
+    }
+    (void)std::snprintf(value.data(), value.size(), "%dx%d", largest[0], largest[1]);
+    LowerSetting(root, path, value.data());
+    changed = true;
+  }
+  return changed;
+}
+
+bool ClampFrameRates(cfg_node* root) {
+  ValueSlot value;
+  std::array<int, 3> mode{};  // width, height, frames per second
+  (void)Nv_ReadParameter(root, "ImageSource.I0.Config.CaptureMode", value);
+  if (Text_ScanInts(Slot_Text(value), "%dx%d@%d", mode.data()) != 3) return false;
+  bool changed = false;
+  for (int i = 0; i < static_cast<int>(stream_profiles); ++i) {
+    const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.FPS", i);
+    if (!Nv_ReadParameter(root, path.data(), value)) continue;
+    if (Text_ToInt(Slot_Text(value)) <= mode[2]) continue;
+    Slot_SetNumber(value, mode[2]);
+    LowerSetting(root, path, value.data());
+    changed = true;
+  }
+  return changed;
+}
+
+}  // namespace
+
+int Nv_HandleParameterChange(std::string_view key, std::string_view value) {
+  PathText formatted{};
+  SectionRecord record;
+  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
+    const auto rows = Map_Rows(*node->map);
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+      const RowPaths paths = Map_SplitPaths(rows[row].path);
+      for (std::size_t i = paths.count; i-- > 0;) {
+        if (!Names(paths.path[i], key, formatted)) continue;
+        ReportMatch(rows[row].path);
+        record.type = node->type;
+        (void)Nv_UpdateSectionData(key, value, row, record, *node);
+      }
+    }
+  }
+  return 0;
+}
+
+int Nv_UpdateSectionData(std::string_view key, std::string_view value, std::size_t row,
+                         SectionRecord& record, const SectionNode& node) {
+  if (record.type == identification_type || !Section_Prepare(record)) {
+    Section_ReportUnknownType("Nv_UpdateSectionData", record.type);
+    return -1;
+  }
+  const MapRow& map_row = Map_Rows(*node.map)[row];
+  const FieldFormat format = node.map->fields[row];
+  const std::uint32_t offset = Map_FieldOffset(*node.map, row);
+
+  ValueSlots slots{};
+  const RowPaths paths = Map_SplitPaths(map_row.path);
+  if (paths.count < 2) {
+    Slot_SetText(slots[0], value);
+  } else {
+    for (std::size_t i = paths.count; i-- > 0;) FillSlot(paths.path[i], key, value, slots[i]);
+  }
+  (void)Param_ConfigToSection(slots, map_row.key, record, offset, format);
+  WriteField(SectionList_FieldAddress(node, row), Section_Field(record, offset, format.size),
+             format.kind);
+  record = SectionRecord();
+  Nv_TouchIdentification();
+  return 0;
+}
+
+void Nv_TouchIdentification() {
+  constexpr int big_endian = 7;
+  (void)EEprom_WriteValue(eeprom_handle, identification_time_address, Host_Time(), 4, big_endian);
+}
+
+int Nv_ClampStreamSettings() {
+  const ConfigFile config = Nv_OpenConfig();
+  if (config.root == nullptr) return -1;
+  const bool resolutions_changed = ClampResolutions(config.root);
+  const bool frame_rates_changed = ClampFrameRates(config.root);
+  if (resolutions_changed || frame_rates_changed) {
+    (void)cfg_save_file(config.handle.get(), device_conf);
+  }
+  return 0;
+}

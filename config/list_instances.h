@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// New instances of the configuration's lists, made from the camera's template files.
+#pragma once
+
+#include "platform/libcfg.h"
+
+// Null in index_pattern: the first free index below the list's "MaxCnt". Otherwise the index in the
+// path that needs the instance.
+struct ListKind {
+  const char* template_name;  // "/opt/template/<name>.xml", and the element below its "root"
+  const char* list_path;
+  char instance_letter;  // the instance is <list path>.<letter><index>
+  const char* index_pattern;
+  bool prints_path;
+  bool prints_index;
+  bool sets_ns_index;
+};
+
+extern const ListKind network_storage_list;
+extern const ListKind media_list;
+extern const ListKind stream_profile_list;
+extern const ListKind user_list;
+extern const ListKind scheduled_event_list;
+
+// Adds the instance that `path` needs, complete with every child and attribute of the template, and
+// saves the configuration, also when there was nothing to add. A template that can't be used is
+// reported with a line that begins with "#Error: ", and nothing is saved. The handle stays the
+// caller's.
+void Nv_AddListInstance(const ListKind& list, cfg_handle* device, cfg_node* device_root,
+                        const char* path);
+
+// Opens a template file. Returns a handle that the caller closes; or null, reported.
+cfg_handle* Nv_OpenTemplate(const char* name);

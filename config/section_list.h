@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// The sections that the read-back check found in the EEPROM, in chain order.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "param/section_map.h"
+
+struct SectionNode {
+  std::uint32_t type = 0;     // as stored; 0 for a section that could not be read
+  std::uint32_t address = 0;  // of the section's header
+  const SectionMap* map = &section_maps[chain_sections];  // by position in the chain
+  std::unique_ptr<SectionNode> next;
+};
+
+extern std::unique_ptr<SectionNode> section_list;
+
+// The EEPROM address of a row's field.
+std::uint32_t SectionList_FieldAddress(const SectionNode& node, std::size_t row);
+
+// The first node of a type; null when there is none.
+const SectionNode* SectionList_Find(std::uint32_t type);
+
+// Frees all nodes.
+void SectionList_Free();

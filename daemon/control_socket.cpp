@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#include "daemon/control_socket.h"
+
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "daemon/commands.h"
+#include "platform/libnetwork.h"
+
+namespace {
+
+constexpr const char* socket_path = "/tmp/nv.sck";
+constexpr std::size_t longest_message = 128;
+constexpr suseconds_t wait_us = 500000;
+
+int listener = -1;
+int highest = -1;
+fd_set master;
+std::array<int, 20> clients;  // 0: free
+
+// A descriptor that does not exist, or that a set has no bit for, is never ready.
+bool FitsSet(int fd) { return fd >= 0 && fd < FD_SETSIZE; }
+
+bool IsIn(int fd, const fd_set& set) { return FitsSet(fd) && FD_ISSET(fd, &set); }
+
+void Watch(int fd) {
+  if (!FitsSet(fd)) return;
+  FD_SET(fd, &master);
+  highest = std::max(highest, fd);
+}
+
+void AcceptClient() {
+  sockaddr_un address{};
+  socklen_t length = sizeof address;
+  const int fd = accept4(listener, reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC);
+  if (fd == 0) return;
+  auto* slot = std::find(clients.begin(), clients.end(), 0);
+  if (slot == clients.end()) {
+    (void)close(fd);
+    return;
+  }
+  *slot = fd;
+  Watch(fd);
+}
+
+void ServeClient(int& client) {
+  std::array<char, longest_message + 1> text{};
+  const ssize_t length = read(client, text.data(), longest_message);
+  if (length < 0) text[0] = '\0';
+  Nv_HandleCommand(text.data());
+  (void)close(client);
+  FD_CLR(client, &master);
+  client = 0;
+}
+
+}  // namespace
+
+int Nv_InitSocket() {
+  FD_ZERO(&master);
+  listener = unix_socket_open(socket_path);
+  if (listener < 0) {
+    (void)std::puts("Fail to init nv socket");
+    return -1;
+  }
+  (void)set_nonblocking(listener);
+  Watch(listener);
+  return 0;
+}
+
+int Nv_HandleSocket() {
+  fd_set ready = master;
+  timeval timeout = {.tv_sec = 0, .tv_usec = wait_us};
+  const int count = select(highest + 1, &ready, nullptr, nullptr, &timeout);
+  if (count < 0 && errno != EINTR) {
+    const int error = errno;
+    (void)std::printf("%s Error: %d [%s]\n", "Nv_HandleSocket", error, std::strerror(error));
+    return -1;
+  }
+  if (count <= 0) return 0;
+  if (IsIn(listener, ready)) {
+    AcceptClient();
+    return 0;
+  }
+  for (int& client : clients) {
+    // Every client that was taken is served, whether or not its message is there yet.
+    if (client > 0 && IsIn(client, master)) ServeClient(client);
+  }
+  return 0;
+}
+
+void Nv_CloseSocket() {
+  if (listener > 0) (void)close(listener);
+}

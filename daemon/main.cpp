@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+// A camera's day: one of four starts, then change notices until SIGTERM.
+#include <pthread.h>
+#include <syslog.h>
+
+#include <cstdio>
+
+#include "config/change_propagation.h"
+#include "config/section_list.h"
+#include "config/store.h"
+#include "daemon/control_socket.h"
+#include "daemon/log.h"
+#include "daemon/pid_file.h"
+#include "daemon/reset_button.h"
+#include "daemon/signals.h"
+#include "eeprom/backup.h"
+#include "eeprom/i2c_eeprom.h"
+#include "eeprom/identification.h"
+#include "eeprom/restore.h"
+#include "platform/host.h"
+
+namespace {
+
+constexpr const char* factory_reset = "restore";  // the camera's own command
+
+// The reset button is held: the EEPROM is rebuilt from the factory configuration.
+void Reset() {
+  (void)std::puts("Reset detected, clear EEPROM...");
+  pthread_t blink{};
+  const bool blinking = pthread_create(&blink, nullptr, Nv_ResetLedBlink, nullptr) == 0;
+  if (!blinking) Nv_Syslog(log_ident, LOG_ERR, "Can't not create led blink thread");
+  Nv_ClearEepromHeader();
+  (void)Host_RunCommand(factory_reset);
+  (void)Nv_InitEEprom();
+  (void)EEprom_Close(eeprom_handle);
+  led_stop_flag = 1;
+  if (blinking) (void)pthread_join(blink, nullptr);
+  Nv_FinishLedBlink();  // on a board with a status LED, the camera stays here
+}
+
+// The I/O board is in the factory's test set-up: the EEPROM is left alone.
+void LeaveTestBoardAlone() {
+  (void)std::puts("mft I/O board");
+  (void)EEprom_Close(eeprom_handle);
+  Nv_WritePidFile();
+}
+
+// Brings EEPROM and configuration into agreement. The control socket opens on the way, so that the
+// notices of a starting camera wait there.
+void Synchronise() {
+  const int identification = Nv_CheckIdentification(eeprom_handle, Slot_Text(product_number));
+  if (identification == identification_empty) {
+    (void)std::puts("eeprom is empty, starting eeprom initial...");
+    (void)Nv_InitEEprom();
+  } else if (identification == identification_mismatch) {
+    Nv_Syslog(log_ident, LOG_INFO, "EEPROM product id not match");
+    (void)Host_RunCommand(factory_reset);
+    Host_SleepSeconds(3);
+  }
+  (void)Nv_InitSocket();
+  (void)Nv_ReadBackCheck();
+  if (identification == identification_mismatch) {
+    (void)Nv_ClampStreamSettings();
+    (void)Nv_WriteIdentification();
+  }
+}
+
+void Serve() {
+  Nv_WritePidFile();
+  do {
+    (void)Nv_HandleSocket();
+  } while (quit_flag == 0);
+  Nv_CloseSocket();
+  SectionList_Free();
+  (void)EEprom_Close(eeprom_handle);
+  Nv_RemovePidFile();
+}
+
+}  // namespace
+
+int main() {
+  // A line is in the journal when it happens, and none is lost when the process is killed.
+  (void)std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  Nv_InstallSignalHandlers();
+  eeprom_handle = EEprom_Open();
+  if (eeprom_handle < 0) {
+    (void)std::puts("nvd: open I2C device error");
+    return 0;
+  }
+  (void)Nv_LoadProductNumber();
+  (void)Nv_FindNetworkStorageIndex();
+  if (Nv_CheckResetButton() == 0) {
+    Reset();
+  } else if (Nv_IsMftBoard(eeprom_handle)) {
+    LeaveTestBoardAlone();
+  } else {
+    Synchronise();
+    Serve();
+  }
+  return 0;
+}

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+#include "eeprom/backup.h"
+
+#include "config/store.h"
+#include "eeprom/i2c_eeprom.h"
+#include "param/conversion.h"
+#include "platform/host.h"
+#include "sections/section.h"
+
+namespace {
+
+constexpr std::uint32_t stream_profile_type = 8;
+constexpr std::uint32_t network_storage_type = 10;
+
+bool IsLastInChain(std::size_t position) { return Map_At(position + 1).row_count < 0; }
+
+// The values of a row's paths; a row without paths and a missing parameter give empty text.
+ValueSlots ReadRow(cfg_node* root, std::string_view row_paths) {
+  ValueSlots slots{};
+  const RowPaths paths = Map_SplitPaths(row_paths);
+  for (std::size_t i = paths.count; i-- > 0;) {
+    (void)Nv_ReadParameter(root, Nv_FormatPath(paths.path[i], NsIndex).data(), slots[i]);
+  }
+  return slots;
+}
+
+void ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* root) {
+  const auto rows = Map_Rows(map);
+  std::uint32_t offset = 0;
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    const FieldFormat format = map.fields[row];
+    ValueSlots slots{};
+    if (root != nullptr) slots = ReadRow(root, rows[row].path);
+    (void)Param_ConfigToSection(slots, rows[row].key, record, offset, format);
+    offset += format.size;
+  }
+}
+
+}  // namespace
+
+int Nv_InitEEprom() {
+  const ConfigFile config = Nv_OpenConfig();
+  if (config.root == nullptr) return -1;
+  SectionRecord record;
+  for (std::size_t position = 0; section_maps[position].row_count >= 0; ++position) {
+    (void)Nv_InitSection(config.root, position, section_maps[position].type, record);
+  }
+  return Nv_WriteIdentification();
+}
+
+int Nv_InitSection(cfg_node* root, std::size_t position, std::uint32_t type,
+                   SectionRecord& record) {
+  record.type = type;
+  if (!Section_Prepare(record)) Section_ReportUnknownType("Nv_InitSection", type);
+  if (type == identification_type) {
+    record.address = record.next_address;
+    return 0;
+  }
+  ConvertRows(Map_At(position), record, root);
+  if (IsLastInChain(position)) record.next_address = 0;
+  (void)EEprom_WriteSection(eeprom_handle, record);
+  record.data.clear();
+  return 0;
+}
+
+int Nv_WriteIdentification() {
+  SectionRecord record;
+  record.type = identification_type;
+  (void)Section_Prepare(record);
+  const auto id = Section_Field(record, 0, identification_id_size);
+  // All 32 bytes of a longer product number are used, so this is no terminated text.
+  std::copy_n(product_number.begin(), id.size(), id.begin());
+  Field_SetNumber(Section_Field(record, identification_id_size, 4), Host_Time());
+  return EEprom_WriteSection(eeprom_handle, record);
+}
+
+void Nv_CleanSection(const SectionNode& node) {
+  SectionRecord record;
+  record.type = node.type;
+  record.address = node.address;
+  if (node.type != stream_profile_type && node.type != network_storage_type) {
+    Section_ReportUnknownType("Nv_CleanSection", node.type);
+    return;
+  }
+  (void)Section_Prepare(record);
+  ConvertRows(*node.map, record, nullptr);
+  if (!node.next) record.next_address = 0;
+  (void)EEprom_WriteSection(eeprom_handle, record);
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// Texts put together by the compiler, for tables whose rows differ only in a number.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+template <std::size_t size>
+struct Literal {
+  std::array<char, size> text{};  // with its terminator
+  consteval Literal(const char (&literal)[size]) {
+    std::copy(std::begin(literal), std::end(literal), text.begin());
+  }
+  consteval explicit Literal(const std::array<char, size>& characters) : text(characters) {}
+};
+
+template <Literal... parts>
+struct JoinedText {
+  static constexpr auto storage = [] {
+    std::array<char, ((parts.text.size() - 1) + ... + 1)> joined{};
+    auto* end = joined.begin();
+    ((end = std::copy(parts.text.begin(), parts.text.end() - 1, end)), ...);
+    return joined;
+  }();
+};
+
+// The parts in a row, as one text in static storage.
+template <Literal... parts>
+inline constexpr std::string_view joined{JoinedText<parts...>::storage.data(),
+                                         JoinedText<parts...>::storage.size() - 1};
+
+// A number from 0 to 99 in decimal.
+template <std::size_t number>
+consteval auto DecimalLiteral() {
+  static_assert(number < 100);
+  if constexpr (number < 10) {
+    return Literal<2>(std::array<char, 2>{'0' + number, '\0'});
+  } else {
+    return Literal<3>(std::array<char, 3>{'0' + number / 10, '0' + number % 10, '\0'});
+  }
+}

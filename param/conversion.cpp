@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "param/conversion.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "param/rule.h"
+
+namespace {
+
+constexpr std::array<const SectionRules*, 10> section_rules = {
+    &ssdt_rules, &sssc_rules, &ssnt_rules, &lvim_rules, &lvln_rules,
+    &lvad_rules, &lvdn_rules, &stpf_rules, &srin_rules, &srex_rules};
+
+const SectionRules* FindSectionRules(std::uint32_t type) {
+  const auto* found = std::ranges::find(section_rules, type, &SectionRules::type);
+  if (found != section_rules.end()) return *found;
+  (void)std::printf("No support section type %d\n", static_cast<int>(type));
+  return nullptr;
+}
+
+struct RuleMatch {
+  const FieldRule* rule = nullptr;
+  int number = 0;
+};
+
+RuleMatch FindRule(const SectionRules& section, std::string_view key) {
+  constexpr std::string_view placeholder = "%d";
+  for (const FieldRule& rule : section.rules) {
+    if (rule.key == key) return {&rule, 0};
+    if (!rule.key.ends_with(placeholder)) continue;
+    const std::string_view prefix = rule.key.substr(0, rule.key.size() - placeholder.size());
+    if (key.starts_with(prefix)) return {&rule, Text_ToInt(key.substr(prefix.size()))};
+  }
+  return {};
+}
+
+bool Contains(KindSet kinds, FieldKind kind) {
+  switch (kind) {
+    case MAP_TEXT:
+      return kinds.text;
+    case MAP_U16:
+      return kinds.u16;
+    case MAP_S16:
+      return kinds.s16;
+    case MAP_WORD32:
+      return kinds.word32;
+    case MAP_BYTE:
+      return false;  // flags and enumerations always have a rule
+  }
+  return false;
+}
+
+void StoreByKind(const SectionRules& section, const Conversion& conversion, FieldKind kind) {
+  if (!Contains(section.to_section, kind)) return;
+  if (kind == MAP_TEXT) return Text_ToSection(conversion);
+  Field_SetNumber(conversion.field,
+                  static_cast<std::uint32_t>(section.number(Slot_Text(conversion.slots[0]))));
+}
+
+void RestoreByKind(const SectionRules& section, const Conversion& conversion, FieldKind kind) {
+  if (!Contains(section.to_config, kind)) return;
+  if (kind == MAP_TEXT) return Text_ToConfig(conversion);
+  const std::int64_t number = kind == MAP_U16 ? std::int64_t{Field_Number(conversion.field)}
+                                              : std::int64_t{Field_Signed(conversion.field)};
+  Slot_SetNumber(conversion.slots[0], number);
+}
+
+int Convert(Way way, ValueSlots& slots, std::string_view key, SectionRecord& record,
+            std::uint32_t offset, FieldFormat format) {
+  constexpr static FieldRule no_rule = {};
+  const SectionRules* section = FindSectionRules(record.type);
+  if (section == nullptr) return -1;
+  const auto field = Section_Field(record, offset, format.size);
+  if (field.empty()) return 0;
+  const auto [rule, number] = FindRule(*section, key);
+  const Conversion conversion = {slots, record, field, rule != nullptr ? *rule : no_rule, number};
+  const Converter converter =
+      way == Way::to_section ? conversion.rule.to_section : conversion.rule.to_config;
+  if (converter != nullptr) {
+    converter(conversion);
+  } else {
+    const auto by_kind = way == Way::to_section ? StoreByKind : RestoreByKind;
+    by_kind(*section, conversion, format.kind);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int Param_ConfigToSection(ValueSlots& slots, std::string_view key, SectionRecord& record,
+                          std::uint32_t offset, FieldFormat format) {
+  return Convert(Way::to_section, slots, key, record, offset, format);
+}
+
+int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, std::string_view key,
+                          std::uint32_t offset, FieldFormat format) {
+  return Convert(Way::to_config, slots, key, record, offset, format);
+}

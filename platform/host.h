@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// The machine's services that a test wants to answer itself: time, waiting, shell commands.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+// Seconds since 1970-01-01 00:00 UTC, the low 32 bits.
+std::uint32_t Host_Time();
+
+// Waits at least that long, whatever signals arrive; at most some seconds (usleep(3)).
+void Host_SleepMicroseconds(unsigned microseconds);
+
+// Waits that long; a signal ends the wait early (sleep(3)).
+void Host_SleepSeconds(unsigned seconds);
+
+// Runs a command through the shell and waits for its end (system(3)). Returns its wait status.
+int Host_RunCommand(const char* command);
+
+// Runs a command through the shell and reads the first white-space delimited word that it prints
+// into `word`, cut to word.size() - 1 characters and terminated. Returns false, with `word` empty,
+// when the command could not be started or printed nothing.
+bool Host_ReadFirstWord(const char* command, std::span<char> word);

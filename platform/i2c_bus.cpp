@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "platform/i2c_bus.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+// In the order in which they are asked.
+constexpr std::array<const I2cAdapter*, 2> adapters = {&i2c_vendor_adapter, &i2c_image_adapter};
+
+const I2cAdapter* chosen = &i2c_vendor_adapter;
+
+}  // namespace
+
+int I2c_Open(const char* path) {
+  const int fd = open(path, O_RDWR | O_CLOEXEC);
+  if (fd < 0) return -1;
+  const auto adapter = std::find_if(adapters.begin(), adapters.end(),
+                                    [fd](const I2cAdapter* each) { return each->claims(fd); });
+  if (adapter == adapters.end()) {
+    (void)close(fd);
+    return -1;
+  }
+  chosen = *adapter;
+  return fd;
+}
+
+void I2c_Close(int fd) { (void)close(fd); }
+
+int I2c_Request(int fd, unsigned long request, unsigned long argument) {
+  return chosen->request(fd, request, argument);
+}
+
+ssize_t I2c_Write(int fd, std::span<const std::uint8_t> buffer) {
+  return chosen->write(fd, buffer);
+}
+
+ssize_t I2c_Read(int fd, std::span<std::uint8_t> buffer) { return chosen->read(fd, buffer); }
+
+void I2c_Wait(unsigned microseconds) { chosen->wait(microseconds); }
+
+const I2cAdapter* I2c_UseAdapter(const I2cAdapter* adapter) {
+  const I2cAdapter* previous = chosen;
+  chosen = adapter;
+  return previous;
+}

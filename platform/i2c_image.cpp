@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+// A regular file as the chip: its bytes are the chip's bytes. What lies past its end reads 0xFF, as
+// an erased chip does, and a write past the end fills the gap with 0xFF.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+
+#include "platform/i2c_bus.h"
+
+namespace {
+
+constexpr std::uint8_t erased = 0xFF;
+
+struct ChipState {
+  off_t block = 0;  // the file offset of register address 0 in the selected 64 KiB block
+  std::size_t data_bytes = 1;
+};
+
+ChipState chip;
+
+// Device address bits 1 and 2 are bits 16 and 17 of the flat address; the 0xA8 family lies above.
+off_t BlockOffset(unsigned long device_address) {
+  return static_cast<off_t>((device_address & 0x0EU) << 15U);
+}
+
+off_t RegisterOffset(std::span<const std::uint8_t> buffer) {
+  return chip.block + static_cast<off_t>(buffer[0] | (buffer[1] << 8U));
+}
+
+bool Claims(int fd) {
+  struct stat status {};
+  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  chip = ChipState();
+  return true;
+}
+
+int Request(int fd, unsigned long request, unsigned long argument) {
+  (void)fd;
+  switch (request) {
+    case I2C_SLAVE_FORCE:
+      chip.block = BlockOffset(argument);
+      return 0;
+    case I2C_REQUEST_REGISTER_WIDTH:
+      return 0;
+    case I2C_REQUEST_DATA_WIDTH:
+      chip.data_bytes = argument == 0 ? 1 : 2;
+      return 0;
+    default:
+      errno = ENOTTY;
+      return -1;
+  }
+}
+
+int FillGap(int fd, off_t offset) {
+  struct stat status {};
+  if (fstat(fd, &status) != 0) return -1;
+  std::array<std::uint8_t, 4096> block;
+  block.fill(erased);
+  for (off_t at = status.st_size; at < offset;) {
+    const auto length = std::min(static_cast<std::size_t>(offset - at), block.size());
+    const ssize_t written = pwrite(fd, block.data(), length, at);
+    if (written <= 0) return -1;
+    at += written;
+  }
+  return 0;
+}
+
+ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
+  if (buffer.size() != 2 + chip.data_bytes) {
+    errno = EINVAL;
+    return -1;
+  }
+  std::array<std::uint8_t, 2> data{};
+  std::reverse_copy(buffer.begin() + 2, buffer.end(), data.begin());
+  const off_t offset = RegisterOffset(buffer);
+  if (FillGap(fd, offset) != 0) return -1;
+  const ssize_t written = pwrite(fd, data.data(), chip.data_bytes, offset);
+  return written == static_cast<ssize_t>(chip.data_bytes) ? static_cast<ssize_t>(buffer.size())
+                                                          : -1;
+}
+
+ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
+  std::uint8_t data = erased;
+  if (pread(fd, &data, 1, RegisterOffset(buffer)) < 0) return -1;
+  buffer[0] = data;
+  return static_cast<ssize_t>(buffer.size());
+}
+
+void NoWriteCycle(unsigned microseconds) { (void)microseconds; }
+
+}  // namespace
+
+const I2cAdapter i2c_image_adapter = {
+    .name = "image file",
+    .claims = Claims,
+    .request = Request,
+    .write = Write,
+    .read = Read,
+    .wait = NoWriteCycle,
+};

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: MIT
+// The configuration library over pugixml. The tree keeps everything that the file holds (comments,
+// white space, processing instructions), and a save puts the file's own bytes around the document
+// element, so that a change shows up as one changed line in a diff.
+#include "platform/libcfg.h"
+
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <list>
+#include <string>
+#include <string_view>
+
+#include "platform/file.h"
+
+namespace {
+
+constexpr unsigned keep_everything = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_pi |
+                                     pugi::parse_comments | pugi::parse_declaration |
+                                     pugi::parse_doctype | pugi::parse_ws_pcdata;
+
+struct LoadedFile {
+  pugi::xml_document document;
+  std::string before_root;  // the file's bytes before "<root"
+  std::string after_root;   // and behind "</root>"
+};
+
+std::list<LoadedFile> loaded_files;
+
+// cfg_node is the opaque name of pugixml's own node structure; a handle is the document's node.
+pugi::xml_node Node(cfg_node* node) {
+  return pugi::xml_node(reinterpret_cast<pugi::xml_node_struct*>(node));
+}
+
+cfg_node* Opaque(const pugi::xml_node& node) {
+  return reinterpret_cast<cfg_node*>(node.internal_object());
+}
+
+auto FindLoadedFile(cfg_handle* handle) {
+  return std::find_if(loaded_files.begin(), loaded_files.end(),
+                      [handle](const LoadedFile& file) { return Opaque(file.document) == handle; });
+}
+
+bool IsText(const pugi::xml_node& node) {
+  return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+bool HasChildElement(const pugi::xml_node& node) {
+  return std::any_of(node.begin(), node.end(), [](const pugi::xml_node& child) {
+    return child.type() == pugi::node_element;
+  });
+}
+
+// The position behind the ">" that ends the tag at `position`; quoted text may hold a ">".
+std::size_t EndOfTag(std::string_view text, std::size_t position) {
+  char quote = '\0';
+  for (; position < text.size(); ++position) {
+    const char c = text[position];
+    if (quote != '\0') {
+      if (c == quote) quote = '\0';
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '>') {
+      return position + 1;
+    }
+  }
+  return text.size();
+}
+
+void KeepSurroundings(LoadedFile& file, std::string_view text) {
+  const pugi::xml_node root = file.document.document_element();
+  const std::size_t begin = static_cast<std::size_t>(root.offset_debug()) - 1;
+  const pugi::xml_node next = root.next_sibling();
+  const std::size_t limit = next ? static_cast<std::size_t>(next.offset_debug()) - 1 : text.size();
+  const std::string end_tag = std::string("</") + root.name();
+  std::size_t end = text.rfind(end_tag, limit);
+  if (end == std::string_view::npos || end < begin) end = begin;  // an empty-element tag
+  file.before_root = text.substr(0, begin);
+  file.after_root = text.substr(EndOfTag(text, end));
+}
+
+bool IsNameStart(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' ||
+         static_cast<unsigned char>(c) >= 0x80;
+}
+
+bool IsName(std::string_view name) {
+  return !name.empty() && IsNameStart(name[0]) && std::all_of(name.begin(), name.end(), [](char c) {
+    return IsNameStart(c) || (c >= '0' && c <= '9') || c == '-';
+  });
+}
+
+// Calls `step` with each component of a dotted path until it returns an empty node.
+template <typename Step>
+pugi::xml_node FollowPath(pugi::xml_node node, std::string_view path, Step step) {
+  while (node) {
+    const std::size_t dot = path.find('.');
+    node = step(node, path.substr(0, dot));
+    if (dot == std::string_view::npos) break;
+    path.remove_prefix(dot + 1);
+  }
+  return node;
+}
+
+pugi::xml_node ChildElement(const pugi::xml_node& parent, std::string_view name) {
+  return parent.find_child([name](const pugi::xml_node& child) {
+    return child.type() == pugi::node_element && child.name() == name;
+  });
+}
+
+void CopyAttribute(pugi::xml_node destination, const pugi::xml_attribute& attribute) {
+  pugi::xml_attribute copy = destination.attribute(attribute.name());
+  if (!copy) copy = destination.append_attribute(attribute.name());
+  copy.set_value(attribute.value());
+}
+
+struct StringWriter : pugi::xml_writer {
+  std::string text;
+  void write(const void* data, std::size_t size) override {
+    text.append(static_cast<const char*>(data), size);
+  }
+};
+
+void CopyBounded(char* destination, int size, std::string_view text) {
+  if (size <= 0) return;
+  const std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
+  std::memcpy(destination, text.data(), length);
+  destination[length] = '\0';
+}
+
+}  // namespace
+
+cfg_handle* cfg_init(const char* path) {
+  constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+  std::string text;
+  if (path == nullptr || File_Read(path, text) != 0) return nullptr;
+  const std::size_t skipped = text.starts_with(byte_order_mark) ? byte_order_mark.size() : 0;
+  const std::string_view xml = std::string_view(text).substr(skipped);
+
+  LoadedFile& file = loaded_files.emplace_back();
+  const pugi::xml_parse_result result = file.document.load_buffer(
+      xml.data(), xml.size(), keep_everything, pugi::xml_encoding::encoding_utf8);
+  if (!result || !file.document.document_element()) {
+    loaded_files.pop_back();
+    return nullptr;
+  }
+  KeepSurroundings(file, xml);
+  file.before_root.insert(0, text, 0, skipped);
+  return Opaque(file.document);
+}
+
+void cfg_deinit(cfg_handle* handle) {
+  const auto file = FindLoadedFile(handle);
+  if (file != loaded_files.end()) loaded_files.erase(file);
+}
+
+cfg_node* cfg_find_param_node(cfg_node* parent, const char* path) {
+  return Opaque(FollowPath(Node(parent), path, ChildElement));
+}
+
+int cfg_get_param_value(cfg_node* node, char* value, int size) {
+  const pugi::xml_node element = Node(node);
+  if (!element || HasChildElement(element)) return -1;
+  std::string text;
+  for (const pugi::xml_node& child : element) {
+    if (IsText(child)) text += child.value();
+  }
+  CopyBounded(value, size, text);
+  return 0;
+}
+
+int cfg_set_param_value(cfg_node* node, const char* value) {
+  pugi::xml_node element = Node(node);
+  if (!element || HasChildElement(element)) return -1;
+  pugi::xml_node text = element.find_child(IsText);
+  if (!text) text = element.append_child(pugi::node_pcdata);
+  text.set_value(value);
+  for (pugi::xml_node rest = text.next_sibling(); rest;) {
+    const pugi::xml_node next = rest.next_sibling();
+    if (IsText(rest)) element.remove_child(rest);
+    rest = next;
+  }
+  return 0;
+}
+
+int cfg_set_param_value_no_eeprom(cfg_node* node, const char* value) {
+  return cfg_set_param_value(node, value);
+}
+
+int cfg_save_file(cfg_handle* handle, const char* path) {
+  const auto file = FindLoadedFile(handle);
+  if (file == loaded_files.end()) return -1;
+  StringWriter writer;
+  writer.text = file->before_root;
+  file->document.document_element().print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+  writer.text += file->after_root;
+  return File_Replace(path, writer.text);
+}
+
+cfg_node* cfg_add_param_node(cfg_node* root, const char* path) {
+  return Opaque(FollowPath(Node(root), path, [](pugi::xml_node parent, std::string_view name) {
+    pugi::xml_node child = ChildElement(parent, name);
+    if (!child && IsName(name)) child = parent.append_child(std::string(name).c_str());
+    return child;
+  }));
+}
+
+int cfg_add_param_value(cfg_node* node, const char* value) {
+  return cfg_set_param_value(node, value);
+}
+
+int cfg_cp_node_attr(cfg_node* destination, cfg_node* source) {
+  for (const pugi::xml_attribute& attribute : Node(source).attributes()) {
+    CopyAttribute(Node(destination), attribute);
+  }
+  return 0;
+}
+
+int cfg_cp_node_attr_spec(cfg_node* destination, cfg_node* source, const char* name) {
+  const pugi::xml_attribute attribute = Node(source).attribute(name);
+  if (!attribute) return -1;
+  CopyAttribute(Node(destination), attribute);
+  return 0;
+}
+
+int cfg_get_node_op_mode(cfg_node* node, int mode) {
+  const std::string_view text = Node(node).attribute("op").value();
+  int number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size() ? number : mode;
+}
+
+void cfg_get_node_pathname(cfg_node* node, cfg_node* base, char* path, int size) {
+  std::string text;
+  for (pugi::xml_node element = Node(node); element && element != Node(base);
+       element = element.parent()) {
+    text.insert(0, text.empty() ? element.name() : std::string(element.name()) + ".");
+  }
+  CopyBounded(path, size, text);
+}
+
+cfg_node* cfg_walk_next(cfg_node* node, cfg_node* base, int descend) {
+  const auto is_element = [](const pugi::xml_node& candidate) {
+    return candidate.type() == pugi::node_element;
+  };
+  const pugi::xml_node top = Node(base);
+  pugi::xml_node element = Node(node);
+  if (descend != 0) {
+    if (const pugi::xml_node child = element.find_child(is_element)) return Opaque(child);
+  }
+  for (; element && element != top; element = element.parent()) {
+    for (pugi::xml_node next = element.next_sibling(); next; next = next.next_sibling()) {
+      if (is_element(next)) return Opaque(next);
+    }
+  }
+  return nullptr;
+}
