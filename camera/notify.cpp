@@ -43,7 +43,7 @@ int Connect(std::string_view path) {
 
 // A daemon that leaves part of a long message unread resets the connection as it closes it.
 bool WaitForClose(int fd) {
-  char unused;
+  char unused = 0;
   (void)setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
   return recv(fd, &unused, sizeof unused, 0) == 0 || errno == ECONNRESET;
 }
@@ -52,7 +52,7 @@ bool WaitForClose(int fd) {
 
 int main(int argc, char* argv[]) {
   bool wait = true;
-  for (int option; (option = getopt(argc, argv, "+n")) != -1;) {
+  for (int option = 0; (option = getopt(argc, argv, "+n")) != -1;) {
     if (option != 'n') return 2;
     wait = false;
   }
