@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // bench: what the daemon asks of the bus and of the processor. Bus transactions are counted on an
-// emulated chip beside the number that the transfer rules give; processor time is this process's own,
-// for filling and for reading back an image file. Run by hand (tools/bench); nothing here can fail.
+// emulated chip beside the number that the transfer rules give; processor time is this process's
+// own, for filling and for reading back an image file. Run by hand (tools/bench); nothing here can
+// fail.
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -24,8 +25,8 @@
 
 namespace {
 
-// By the rules alone: two bytes a transfer from the start of each piece of at most 4 bytes, a single
-// last byte alone, and a pair that begins at the last byte of a 256-byte page as two.
+// By the rules alone: two bytes a transfer from the start of each piece of at most 4 bytes, a
+// single last byte alone, and a pair that begins at the last byte of a 256-byte page as two.
 int PieceTransfers(std::uint32_t address, std::uint32_t size) {
   int transfers = 0;
   while (size > 0) {

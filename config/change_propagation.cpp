@@ -82,7 +82,7 @@ bool ClampResolutions(cfg_node* root) {
     const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.Resolution", i);
     std::array<int, 2> size{};
     (void)Nv_ReadParameter(root, path.data(), value);
-    if (Text_ScanInts(Slot_Text(value), "%dx%d", size.data()) != 2 || size[0] <= largest[0]) {
+    if (Text_ScanInts(Slot_Text(value), "%dx%d", size.data()) < 1 || size[0] <= largest[0]) {
       continue;
     }
     (void)std::snprintf(value.data(), value.size(), "%dx%d", largest[0], largest[1]);

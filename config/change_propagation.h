@@ -10,9 +10,10 @@
 // A change notice: rewrites every field whose row names the parameter `key`. Returns 0.
 int Nv_HandleParameterChange(std::string_view key, std::string_view value);
 
-// Rewrites the field of one row and refreshes the time stamp. The paths of the row that contain
-// `key` get `value`, the others the parameter's current value. The record brings the section's type
-// and is empty afterwards. Returns 0; or -1 for a type that is not 1 to 10, with
+// Rewrites the field of one row and refreshes the time stamp. A row's only path gets
+// `value`; of several, those that contain `key` do, and the others their parameter's current value.
+// The record brings the section's type and is empty afterwards. Returns 0; or -1 for a type that is
+// not 1 to 10, with
 // "%s: Unknown section type %d.\n".
 int Nv_UpdateSectionData(std::string_view key, std::string_view value, std::size_t row,
                          SectionRecord& record, const SectionNode& node);

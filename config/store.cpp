@@ -43,6 +43,7 @@ bool Nv_ReadParameter(cfg_node* root, const char* path, ValueSlot& value) {
   if (cfg_get_param_value(node, value.data(), static_cast<int>(value.size())) != 0) {
     value.fill('\0');
   }
+  value.back() = '\0';  // whatever library is linked in
   return true;
 }
 

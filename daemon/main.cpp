@@ -79,6 +79,7 @@ void Serve() {
 }  // namespace
 
 int main() {
+  Host_ReserveStandardDescriptors();
   // A line is in the journal when it happens, and none is lost when the process is killed.
   (void)std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   Nv_InstallSignalHandlers();

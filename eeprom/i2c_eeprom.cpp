@@ -130,6 +130,10 @@ void EEprom_Read(int fd, std::uint32_t address, std::uint32_t& result, int count
 }
 
 void EEprom_ReadBytes(int fd, std::uint32_t address, std::span<std::uint8_t> bytes) {
+  constexpr std::uint32_t block_mask = 0xFFFF;  // each block of 64 KiB has its device address
   SelectChip(fd, address, read_bit);
-  for (std::uint8_t& byte : bytes) byte = ReadByte(fd, address++);
+  for (std::uint8_t& byte : bytes) {
+    byte = ReadByte(fd, address++);
+    if ((address & block_mask) == 0) SelectChip(fd, address, read_bit);
+  }
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rules of recording to the memory card (srin) and to network storage (srex).
+#include <algorithm>
 #include <cstdio>
 
 #include "param/rule.h"
@@ -52,11 +53,25 @@ void Scheduled_ToSection(const Conversion& conversion) {
   Field_SetText(conversion.field, Slot_Text(conversion.slots[1]));
 }
 
-// The end of the conversion specification behind a "%": flags, width, precision and length, then
-// one character that says what is converted.
-std::size_t EndOfSpecification(std::string_view text) {
-  const std::size_t end = text.find_first_not_of("-+ #0123456789.*'hlLqjzt");
-  return end == std::string_view::npos ? text.size() : end + 1;
+// Removes the leading characters that are in `set`, `most` of them at the most.
+void Skip(std::string_view& text, std::string_view set, std::size_t most = SIZE_MAX) {
+  const std::size_t length = std::min(text.find_first_not_of(set), text.size());
+  text.remove_prefix(std::min(length, most));
+}
+
+// Removes what printf(3) reads behind a "%": flags, width, precision, length and one character that
+// says what is converted.
+void SkipSpecification(std::string_view& text) {
+  constexpr std::string_view digits = "0123456789";
+  Skip(text, "-+ #0'");
+  text.starts_with('*') ? Skip(text, "*", 1) : Skip(text, digits);
+  if (text.starts_with('.')) {
+    text.remove_prefix(1);
+    text.starts_with('*') ? Skip(text, "*", 1) : Skip(text, digits);
+  }
+  const bool doubled = text.starts_with("hh") || text.starts_with("ll");
+  Skip(text, "hlLqjzt", doubled ? 2 : 1);
+  Skip(text, text.substr(0, 1), 1);
 }
 
 // What the camera's programs have always got back: the text as printf(3) prints it without
@@ -73,7 +88,7 @@ void RestoreAsFormat(ValueSlot& slot, std::string_view text) {
       plain[length++] = '%';
       text.remove_prefix(1);
     } else {
-      text.remove_prefix(EndOfSpecification(text));
+      SkipSpecification(text);
     }
   }
   Slot_SetText(slot, {plain.data(), length});

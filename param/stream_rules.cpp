@@ -70,8 +70,8 @@ std::optional<std::int64_t> ParseBitRate(const ValueSlot& slot) {
   if (text.find('k') != std::string_view::npos) return std::int64_t{Text_ToInt(text)} * 1000;
   if (text.find('M') == std::string_view::npos) return std::nullopt;
   const float rate = std::strtof(slot.data(), nullptr) * 1000000.0F;
-  constexpr float beyond = 2147483648.0F;  // the first float that a 32-bit number does not reach
-  if (!(rate > -beyond && rate < beyond)) return std::nullopt;
+  constexpr float beyond = 2147483648.0F;  // the first float above the range of a 32-bit number
+  if (!(rate >= -beyond && rate < beyond)) return std::nullopt;
   return static_cast<std::int64_t>(rate);
 }
 

@@ -2,6 +2,7 @@
 #include "platform/file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,6 +32,25 @@ void CopyOwnerAndMode(int fd, const char* path) {
     // Only root may give a file away; for everybody else it stays the saver's own.
   }
   (void)fchmod(fd, exists ? old.st_mode & 07777U : mode_of_a_new_file);
+}
+
+// Opens the temporary file and locks it against other savers. It has a fixed name, so that what a
+// power cut leaves behind is used by the next save instead of filling the flash. Whoever waited for
+// the lock may hold a file that has been renamed meanwhile, and starts again.
+int OpenLocked(const char* path) {
+  while (true) {
+    const int fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (fd < 0) return -1;
+    struct stat opened {};
+    struct stat current {};
+    if (flock(fd, LOCK_EX) == 0 && fstat(fd, &opened) == 0 && stat(path, &current) == 0 &&
+        opened.st_ino == current.st_ino) {
+      return fd;
+    }
+    const bool retry = errno == EINTR || errno == ENOENT || opened.st_ino != current.st_ino;
+    (void)close(fd);
+    if (!retry) return -1;
+  }
 }
 
 int FlushFolder(const char* folder) {
@@ -67,17 +87,16 @@ int File_Replace(const char* path, std::string_view content) {
   const std::string target = resolved.data();
   const std::size_t name = target.rfind('/') + 1;  // 0 when there is no "/"
   const std::string folder = name == 0 ? "." : target.substr(0, name);
-  std::string temporary = target.substr(0, name) + "." + target.substr(name) + ".XXXXXX";
+  const std::string temporary = target.substr(0, name) + "." + target.substr(name) + ".new";
 
-  const int fd = mkostemp(temporary.data(), O_CLOEXEC);
+  const int fd = OpenLocked(temporary.c_str());
   if (fd < 0) return -1;
   CopyOwnerAndMode(fd, target.c_str());
-  const bool written = WriteAll(fd, content) == 0 && fsync(fd) == 0;
-  const bool closed = close(fd) == 0;
-  if (!written || !closed || rename(temporary.c_str(), target.c_str()) != 0) {
-    (void)unlink(temporary.c_str());
-    return -1;
-  }
+  const bool replaced = ftruncate(fd, 0) == 0 && WriteAll(fd, content) == 0 && fsync(fd) == 0 &&
+                        rename(temporary.c_str(), target.c_str()) == 0;
+  if (!replaced) (void)unlink(temporary.c_str());
+  (void)close(fd);  // and with it the lock
+  if (!replaced) return -1;
   (void)FlushFolder(
       folder.c_str());  // the new file is in place; a cut now shows the old or the new
   return 0;

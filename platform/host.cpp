@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/host.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -8,6 +9,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+
+void Host_ReserveStandardDescriptors() {
+  int fd = open("/dev/null", O_RDWR);
+  while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
+  if (fd >= 0) (void)close(fd);
+}
 
 std::uint32_t Host_Time() { return static_cast<std::uint32_t>(std::time(nullptr)); }
 

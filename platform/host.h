@@ -6,6 +6,10 @@
 #include <cstdint>
 #include <span>
 
+// Opens /dev/null for each of the three standard descriptors that is closed, so that no device is
+// opened in its place and written to as standard output. The first thing that a daemon does.
+void Host_ReserveStandardDescriptors();
+
 // Seconds since 1970-01-01 00:00 UTC, the low 32 bits.
 std::uint32_t Host_Time();
 

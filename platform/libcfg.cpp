@@ -74,11 +74,32 @@ void KeepSurroundings(LoadedFile& file, std::string_view text) {
   const std::size_t begin = static_cast<std::size_t>(root.offset_debug()) - 1;
   const pugi::xml_node next = root.next_sibling();
   const std::size_t limit = next ? static_cast<std::size_t>(next.offset_debug()) - 1 : text.size();
-  const std::string end_tag = std::string("</") + root.name();
-  std::size_t end = text.rfind(end_tag, limit);
-  if (end == std::string_view::npos || end < begin) end = begin;  // an empty-element tag
+  std::size_t end = EndOfTag(text, begin);
+  if (text[end - 2] != '/') {  // not an empty-element tag
+    end = EndOfTag(text, text.rfind(std::string("</") + root.name(), limit));
+  }
   file.before_root = text.substr(0, begin);
-  file.after_root = text.substr(EndOfTag(text, end));
+  file.after_root = text.substr(end);
+}
+
+// One element at the top; and no entities of the file's own, which the parser would not know and a
+// save would damage.
+bool IsConfiguration(const pugi::xml_document& document) {
+  int elements = 0;
+  for (const pugi::xml_node& node : document) {
+    if (node.type() == pugi::node_element) ++elements;
+    if (node.type() == pugi::node_doctype && std::strchr(node.value(), '[') != nullptr) {
+      return false;
+    }
+  }
+  return elements == 1;
+}
+
+// XML has no way to write the other control characters, not even as character references.
+bool IsWritable(std::string_view value) {
+  return std::all_of(value.begin(), value.end(), [](char c) {
+    return static_cast<unsigned char>(c) >= 0x20 || c == '\t' || c == '\n' || c == '\r';
+  });
 }
 
 bool IsNameStart(char c) {
@@ -142,7 +163,7 @@ cfg_handle* cfg_init(const char* path) {
   LoadedFile& file = loaded_files.emplace_back();
   const pugi::xml_parse_result result = file.document.load_buffer(
       xml.data(), xml.size(), keep_everything, pugi::xml_encoding::encoding_utf8);
-  if (!result || !file.document.document_element()) {
+  if (!result || !IsConfiguration(file.document)) {
     loaded_files.pop_back();
     return nullptr;
   }
@@ -173,7 +194,7 @@ int cfg_get_param_value(cfg_node* node, char* value, int size) {
 
 int cfg_set_param_value(cfg_node* node, const char* value) {
   pugi::xml_node element = Node(node);
-  if (!element || HasChildElement(element)) return -1;
+  if (!element || HasChildElement(element) || !IsWritable(value)) return -1;
   pugi::xml_node text = element.find_child(IsText);
   if (!text) text = element.append_child(pugi::node_pcdata);
   text.set_value(value);

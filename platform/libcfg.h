@@ -17,7 +17,7 @@ typedef struct cfg_node cfg_node;
 typedef cfg_node cfg_handle;
 
 /* Loads a configuration or template file. Returns a handle that the caller closes with cfg_deinit,
- * or null when the file can't be read or is not well-formed XML. */
+ * or null when the file can't be read, is not well-formed XML or defines entities of its own. */
 cfg_handle* cfg_init(const char* path);
 
 /* Frees the handle and its tree without saving. Null is allowed. */
@@ -30,7 +30,8 @@ cfg_node* cfg_find_param_node(cfg_node* parent, const char* path);
  * Returns 0, or -1 when the element has child elements and thus no value. */
 int cfg_get_param_value(cfg_node* node, char* value, int size);
 
-/* Replaces the element's text in memory. Returns 0, or -1 when the element has child elements. */
+/* Replaces the element's text in memory. Returns 0; or -1 when the element has child elements, or
+ * the value holds a control character that no XML file can hold. */
 int cfg_set_param_value(cfg_node* node, const char* value);
 
 /* The same for a value that came from the EEPROM and must not be reported back to it. Ours never

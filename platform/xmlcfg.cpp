@@ -15,9 +15,7 @@
 namespace {
 
 constexpr const char* daemon_socket = "/tmp/nv.sck";
-constexpr const char* usage =
-    "usage: xmlcfg -g PATH FILE          print PATH=VALUE\n"
-    "       xmlcfg -s PATH VALUE FILE    set and save a value and report it to nvd\n";
+constexpr const char* usage = "usage: xmlcfg -g PATH FILE | xmlcfg -s PATH VALUE FILE\n";
 
 using ConfigHandle = std::unique_ptr<cfg_handle, decltype(&cfg_deinit)>;
 

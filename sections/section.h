@@ -41,6 +41,6 @@ void Section_PrintHeader(const SectionRecord& record);
 int EEprom_WriteSection(int fd, SectionRecord& record);
 
 // Reads header and payload at the record's address into its other members. Returns 0; or -1, with
-// no payload, for an unknown type or a version other than 1. The header's members are valid either
-// way.
+// no payload, for an unknown type, a version other than 1, or an identification on a bus that
+// refused the data width. The header's members are valid either way.
 int EEprom_ReadSection(int fd, SectionRecord& record);

@@ -15,6 +15,7 @@
 
 FakeMachine machine;
 
+void Host_ReserveStandardDescriptors() {}
 std::uint32_t Host_Time() { return machine.time; }
 void Host_SleepMicroseconds(unsigned) {}
 void Host_SleepSeconds(unsigned) {}

@@ -122,4 +122,15 @@ TEST(Host, ReadsTheFirstWordOfACommand) {
   EXPECT_EQ(3, WEXITSTATUS(Host_RunCommand("exit 3")));
 }
 
+// A daemon that was started without standard output must not print into the EEPROM.
+TEST(Host, OpensNoDeviceAsStandardOutput) {
+  EXPECT_EXIT(
+      {
+        for (const int fd : {0, 1, 2}) (void)close(fd);
+        Host_ReserveStandardDescriptors();
+        std::_Exit(open("/dev/zero", O_RDWR));
+      },
+      testing::ExitedWithCode(3), "");
+}
+
 }  // namespace

@@ -76,7 +76,7 @@ TEST(Libcfg, SavesAnUnchangedTreeAsItWas) {
   const std::vector<std::string_view> files = {
       camera_file,
       "<root/>",
-      "<root a='>'/>\n<!-- </root> -->",
+      "<root a='</root>'/>\n<!-- </root> -->",
       "<!-- <root> --><root>\n  <A>1 > 0</A>\n</root>",
   };
   for (const std::string_view content : files) {
@@ -89,7 +89,7 @@ TEST(Libcfg, SavesAnUnchangedTreeAsItWas) {
     for (const auto& [from, to] : {std::pair{"<root  >", "<root>"},
                                    {"</root >\n", "</root>\n"},
                                    {">1 > 0<", ">1 &gt; 0<"},
-                                   {"a='>'", "a=\">\""}}) {
+                                   {"a='</root>'", "a=\"&lt;/root>\""}}) {
       const std::size_t at = expected.find(from);
       if (at != std::string::npos) expected.replace(at, std::string_view(from).size(), to);
     }
@@ -102,6 +102,7 @@ TEST(Libcfg, ChangesOneLineForOneValue) {
   const Loaded file = Load(folder, camera_file);
   EXPECT_EQ(0, cfg_set_param_value(cfg_find_param_node(file.root, "General.Raw"), "<1> & \"2\""));
   EXPECT_EQ(-1, cfg_set_param_value(cfg_find_param_node(file.root, "General"), "x"));
+  EXPECT_EQ(-1, cfg_set_param_value(cfg_find_param_node(file.root, "General.Name"), "\x01"));
   EXPECT_EQ(0, cfg_set_param_value_no_eeprom(cfg_find_param_node(file.root, "General.Empty"), "e"));
   EXPECT_EQ(0, cfg_save_file(file.handle, file.path.c_str()));
   cfg_deinit(file.handle);
@@ -116,7 +117,8 @@ TEST(Libcfg, RefusesWhatIsNoConfiguration) {
   EXPECT_EQ(nullptr, cfg_init((folder.path + "/missing").c_str()));
   EXPECT_EQ(nullptr, cfg_init(folder.path.c_str()));
   for (const std::string_view content :
-       {"", "text", "<root>", "<root><A></root>", "<root><A>1</A></roo", "<!-- only -->"}) {
+       {"", "text", "<root>", "<root><A></root>", "<root><A>1</A></roo", "<!-- only -->",
+        "<x/><root/>", "<!DOCTYPE root [<!ENTITY e \"y\">]><root>&e;</root>"}) {
     EXPECT_EQ(nullptr, Load(folder, content).handle) << content;
   }
   const Loaded other = Load(folder, "<device><A>1</A></device>");

@@ -204,7 +204,7 @@ const std::vector<Case> cases = {
     {"stpf_pf_ratecontrol", {"best"}, unchanged, {}},
     {"stpf_pf_CBR_bitrate", {"512k"}, "#512000", {"512k"}}, {"stpf_pf_CBR_bitrate", {"2M"}, "#2000000", {"2M"}},
     {"stpf_pf_CBR_bitrate", {"1.5k"}, "#1000", {"1k"}}, {"stpf_pf_VBR_maxrate", {"1.5M"}, "#1500000", {"1.5M"}},
-    {"stpf_pf_VBR_maxrate", {"4000M"}, unchanged, {}}, {"stpf_pf_VBR_maxrate", {"4000"}, unchanged, {}},
+    {"stpf_pf_VBR_maxrate", {"4000M"}, unchanged, {}}, {"stpf_pf_VBR_maxrate", {"-2147.483648M"}, "#-2147483648", {"-2.14748e+06k"}}, {"stpf_pf_VBR_maxrate", {"4000"}, unchanged, {}},
     {"stpf_pf_VBR_maxrate", {"9999999999k"}, "#-1000", {"-1k"}},
     {"stpf_pf_VBR_quality", {"-3000000000"}, "#-2147483648", {"-2147483648"}},
     {"stpf_pf_ovl_en", {"off"}, "#1", {"on"}}, {"stpf_pf_audio_en", {"on"}, "#1", {"on"}},
@@ -311,11 +311,11 @@ TEST(Conversion, KeepsTheScheduleWithItsOwner) {
   for (const auto& [prefix, owner, type] : {std::tuple{"srin", "LS", 9U}, {"srex", "NS", 10U}}) {
     const std::string key = std::string(prefix) + "_pvalue_" + (type == 9 ? "3" : "2");
     SectionRecord record = NewRecord(type);
-    Store(record, key, {owner, "50%d%% of 8% smart%"});
-    EXPECT_EQ("50%d%% of 8% smart%", Show(record, key));
+    Store(record, key, {owner, "50%d%% of 8% smart%-5-d%.3.4d%"});
+    EXPECT_EQ("50%d%% of 8% smart%-5-d%.3.4d%", Show(record, key));
     EXPECT_EQ(Texts(), Restore(record, key)) << "not while the schedule is another's";
     Store(record, std::string(prefix) + "_rec_continuous", {owner, "on"});
-    EXPECT_EQ((Texts{owner, "50% of 8mart"}), Restore(record, key));
+    EXPECT_EQ((Texts{owner, "50% of 8martd4d"}), Restore(record, key));
   }
 }
 
