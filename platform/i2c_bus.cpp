@@ -6,15 +6,32 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 namespace {
 
 // In the order in which they are asked.
-constexpr std::array<const I2cAdapter*, 2> adapters = {&i2c_vendor_adapter, &i2c_image_adapter};
+constexpr std::array adapters = {&i2c_vendor_adapter, &i2c_image_adapter, &i2c_kernel_adapter};
 
 const I2cAdapter* chosen = &i2c_vendor_adapter;
 
 }  // namespace
+
+int I2c_Select(I2cSelection& selection, unsigned long request, unsigned long argument) {
+  switch (request) {
+    case I2C_SLAVE_FORCE:
+      selection.device_address = argument;
+      return 0;
+    case I2C_REQUEST_REGISTER_WIDTH:
+      return 0;
+    case I2C_REQUEST_DATA_WIDTH:
+      selection.data_bytes = argument == 0 ? 1 : 2;
+      return 0;
+    default:
+      errno = ENOTTY;
+      return -1;
+  }
+}
 
 int I2c_Open(const char* path) {
   const int fd = open(path, O_RDWR | O_CLOEXEC);

@@ -12,6 +12,7 @@
 #include <linux/i2c-dev.h>
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -36,9 +37,19 @@ struct I2cAdapter {
   void (*wait)(unsigned microseconds);
 };
 
-// One file each: i2c_vendor.cpp, i2c_image.cpp.
+// One file each: i2c_vendor.cpp, i2c_image.cpp, i2c_kernel.cpp.
 extern const I2cAdapter i2c_vendor_adapter;
 extern const I2cAdapter i2c_image_adapter;
+extern const I2cAdapter i2c_kernel_adapter;
+
+// What the requests have selected, for an adapter without a driver that would remember it.
+struct I2cSelection {
+  unsigned long device_address = 0;  // 8-bit form
+  std::size_t data_bytes = 1;
+};
+
+// Carries out a request on a selection. Returns 0; or -1, errno ENOTTY, for an unknown request.
+int I2c_Select(I2cSelection& selection, unsigned long request, unsigned long argument);
 
 // Opens a device read-write and chooses the adapter that speaks to it. Returns the descriptor, or
 // -1.

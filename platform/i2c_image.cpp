@@ -15,44 +15,24 @@ namespace {
 
 constexpr std::uint8_t erased = 0xFF;
 
-struct ChipState {
-  off_t block = 0;  // the file offset of register address 0 in the selected 64 KiB block
-  std::size_t data_bytes = 1;
-};
-
-ChipState chip;
+I2cSelection selection;
 
 // Device address bits 1 and 2 are bits 16 and 17 of the flat address; the 0xA8 family lies above.
-off_t BlockOffset(unsigned long device_address) {
-  return static_cast<off_t>((device_address & 0x0EU) << 15U);
-}
-
 off_t RegisterOffset(std::span<const std::uint8_t> buffer) {
-  return chip.block + static_cast<off_t>(buffer[0] | (buffer[1] << 8U));
+  const unsigned long block = (selection.device_address & 0x0EU) << 15U;
+  return static_cast<off_t>(block + buffer[0] + 256U * buffer[1]);
 }
 
 bool Claims(int fd) {
   struct stat status {};
   if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) return false;
-  chip = ChipState();
+  selection = I2cSelection();
   return true;
 }
 
 int Request(int fd, unsigned long request, unsigned long argument) {
   (void)fd;
-  switch (request) {
-    case I2C_SLAVE_FORCE:
-      chip.block = BlockOffset(argument);
-      return 0;
-    case I2C_REQUEST_REGISTER_WIDTH:
-      return 0;
-    case I2C_REQUEST_DATA_WIDTH:
-      chip.data_bytes = argument == 0 ? 1 : 2;
-      return 0;
-    default:
-      errno = ENOTTY;
-      return -1;
-  }
+  return I2c_Select(selection, request, argument);
 }
 
 int FillGap(int fd, off_t offset) {
@@ -70,7 +50,7 @@ int FillGap(int fd, off_t offset) {
 }
 
 ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
-  if (buffer.size() != 2 + chip.data_bytes) {
+  if (buffer.size() != 2 + selection.data_bytes) {
     errno = EINVAL;
     return -1;
   }
@@ -78,9 +58,9 @@ ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
   std::reverse_copy(buffer.begin() + 2, buffer.end(), data.begin());
   const off_t offset = RegisterOffset(buffer);
   if (FillGap(fd, offset) != 0) return -1;
-  const ssize_t written = pwrite(fd, data.data(), chip.data_bytes, offset);
-  return written == static_cast<ssize_t>(chip.data_bytes) ? static_cast<ssize_t>(buffer.size())
-                                                          : -1;
+  const ssize_t written = pwrite(fd, data.data(), selection.data_bytes, offset);
+  return written == static_cast<ssize_t>(selection.data_bytes) ? static_cast<ssize_t>(buffer.size())
+                                                               : -1;
 }
 
 ssize_t Read(int fd, std::span<std::uint8_t> buffer) {

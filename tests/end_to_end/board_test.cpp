@@ -14,10 +14,10 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 // When the LED changes during a span of time, in milliseconds from its start.
-std::vector<long> LedChanges(const Camera& camera, milliseconds span) {
+std::vector<milliseconds::rep> LedChanges(const Camera& camera, milliseconds span) {
   const std::string gpio = camera.state + "/gpio";
   constexpr std::size_t led = 41;
-  std::vector<long> changes;
+  std::vector<milliseconds::rep> changes;
   const auto start = Clock::now();
   for (char last = Content(gpio).at(led); Clock::now() - start < span;) {
     std::this_thread::sleep_for(milliseconds(5));
@@ -54,7 +54,7 @@ TEST_F(EndToEnd, HeldButtonRebuildsTheEepromAndBlinks) {
   const auto slow = LedChanges(camera, milliseconds(4500));
   ASSERT_GE(slow.size(), 3U);
   for (std::size_t i = 1; i < slow.size(); ++i) {
-    const long length = slow[i] - slow[i - 1];
+    const auto length = slow[i] - slow[i - 1];
     EXPECT_TRUE(std::abs(length - 500) < 200 || std::abs(length - 1500) < 200) << length;
   }
   EXPECT_TRUE(Contains(camera.Log(), "Reset detected, clear EEPROM...\n"));

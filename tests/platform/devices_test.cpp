@@ -128,9 +128,9 @@ TEST(Host, OpensNoDeviceAsStandardOutput) {
       {
         for (const int fd : {0, 1, 2}) (void)close(fd);
         Host_ReserveStandardDescriptors();
-        std::_Exit(open("/dev/zero", O_RDWR));
+        std::_Exit(open("/dev/zero", O_RDWR) > STDERR_FILENO ? 0 : 1);
       },
-      testing::ExitedWithCode(3), "");
+      testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -100,6 +100,12 @@ extern "C" int __wrap_ioctl(int fd, unsigned long request, ...) {
 
 namespace {
 
+void FitBus() {
+  bus = Bus();
+  bus.bytes.fill(0xFF);
+}
+
+// Closes the descriptor and gives the adapter that it was opened with.
 const I2cAdapter* AdapterOf(int fd) {
   I2c_Close(fd);
   return I2c_UseAdapter(nullptr);
@@ -109,8 +115,7 @@ const I2cAdapter* AdapterOf(int fd) {
 class I2cKernel : public testing::Test {
  protected:
   void SetUp() override {
-    bus = Bus();
-    bus.bytes.fill(0xFF);
+    FitBus();
     fd = I2c_Open("/dev/null");
     ASSERT_GE(fd, 0);
   }
@@ -121,8 +126,6 @@ class I2cKernel : public testing::Test {
 TEST_F(I2cKernel, IsChosenForADeviceThatIsNotTheVendors) {
   bus.is_vendor_driver = true;
   EXPECT_EQ(&i2c_vendor_adapter, AdapterOf(I2c_Open("/dev/null")));
-  bus.is_vendor_driver = false;
-  EXPECT_EQ(&i2c_image_adapter, AdapterOf(I2c_Open("/proc/self/exe")));
   (void)I2c_UseAdapter(&i2c_kernel_adapter);
 }
 
@@ -140,15 +143,15 @@ TEST_F(I2cKernel, LeavesTheBytesThatTheVendorsBuffersLeave) {
   FitFakeChip();
   chip.records = false;
   const I2cAdapter* vendor_buffers = I2c_UseAdapter(&i2c_kernel_adapter);
-  std::size_t number = 0;
-  for (const std::uint32_t start : {0x00U, 0x2F00U, 0x1FFD0U, 0x3FFD0U, 0x70000U}) {
-    for (std::uint32_t address = start; address < start + 0x22; ++address, ++number) {
+  for (const std::uint32_t start : {0x00U, 0x1FFE0U, 0x70000U}) {
+    for (std::size_t number = 0; number < calls.size() * (page_size + 2); ++number) {
       const Call& call = calls[number % calls.size()];
+      const auto address = static_cast<std::uint32_t>(start + number / calls.size());
       EXPECT_EQ(0, call(fd, address));
       (void)I2c_UseAdapter(vendor_buffers);
       EXPECT_EQ(0, call(fd, address));
-      ASSERT_EQ(chip.bytes, bus.bytes) << "call " << number % calls.size() << " at " << address;
       (void)I2c_UseAdapter(&i2c_kernel_adapter);
+      ASSERT_TRUE(chip.bytes == bus.bytes) << "call " << number % calls.size() << " at " << address;
       std::uint32_t value = 0;
       EEprom_Read(fd, address, value, 1);
       EXPECT_EQ(chip.bytes[address], value);
@@ -157,16 +160,16 @@ TEST_F(I2cKernel, LeavesTheBytesThatTheVendorsBuffersLeave) {
 }
 
 TEST_F(I2cKernel, SendsTheRegisterAddressHighByteFirst) {
-  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x1234, 0xABCD, 6));
+  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x122F, 0xABCD, 6));
   EXPECT_EQ(0, EEprom_WriteWord(fd, 0x51F, 0xABCD, 6)) << "across a page of the chip";
   EXPECT_EQ(30000U, bus.slept_us) << "a write cycle for each transfer";
   std::uint32_t value = 0;
-  EEprom_Read(fd, 0x1235, value, 1);
+  EEprom_Read(fd, 0x1230, value, 1);
   EXPECT_EQ(0xCDU, value);
-  EXPECT_EQ((SentMessages{{0x50, false, {0x12, 0x34, 0xAB, 0xCD}},
+  EXPECT_EQ((SentMessages{{0x50, false, {0x12, 0x2F, 0xAB, 0xCD}},
                           {0x50, false, {0x05, 0x1F, 0xAB}},
                           {0x50, false, {0x05, 0x20, 0xCD}},
-                          {0x50, false, {0x12, 0x35}},
+                          {0x50, false, {0x12, 0x30}},
                           {0x50, true, {0xCD}}}),
             bus.messages);
   EXPECT_EQ(4, bus.calls) << "address and data of a read in one call";
@@ -183,7 +186,7 @@ TEST_F(I2cKernel, RepeatsWhatASignalInterrupted) {
 
 TEST_F(I2cKernel, ReportsARefusedWrite) {
   for (const int refused : {0, 1}) {
-    SetUp();
+    FitBus();
     bus.refuse_call = refused;
     testing::internal::CaptureStdout();
     EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x1F, 0x1122, 6));
@@ -191,7 +194,7 @@ TEST_F(I2cKernel, ReportsARefusedWrite) {
     EXPECT_EQ(refused + 1, bus.calls) << "nothing is sent behind it";
     EXPECT_EQ(static_cast<unsigned>(refused) * write_cycle_us, bus.slept_us);
   }
-  EXPECT_EQ(-1, I2c_Write(fd, std::array<std::uint8_t, 3>{0, 0, 1})) << "not in this width";
+  EXPECT_EQ(-1, I2c_Write(fd, std::array<std::uint8_t, 5>{})) << "not in this width";
 }
 
 TEST_F(I2cKernel, LeavesTheAddressWhereNothingAnswers) {
