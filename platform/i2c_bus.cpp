@@ -33,6 +33,10 @@ int I2c_Select(I2cSelection& selection, unsigned long request, unsigned long arg
   }
 }
 
+unsigned I2c_RegisterAddress(std::span<const std::uint8_t> buffer) {
+  return buffer[0] | (unsigned{buffer[1]} << 8U);
+}
+
 int I2c_Open(const char* path) {
   const int fd = open(path, O_RDWR | O_CLOEXEC);
   if (fd < 0) return -1;

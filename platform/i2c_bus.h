@@ -51,6 +51,9 @@ struct I2cSelection {
 // Carries out a request on a selection. Returns 0; or -1, errno ENOTTY, for an unknown request.
 int I2c_Select(I2cSelection& selection, unsigned long request, unsigned long argument);
 
+// The register address that a write or read buffer carries.
+unsigned I2c_RegisterAddress(std::span<const std::uint8_t> buffer);
+
 // Opens a device read-write and chooses the adapter that speaks to it. Returns the descriptor, or
 // -1.
 int I2c_Open(const char* path);

@@ -20,7 +20,7 @@ I2cSelection selection;
 // Device address bits 1 and 2 are bits 16 and 17 of the flat address; the 0xA8 family lies above.
 off_t RegisterOffset(std::span<const std::uint8_t> buffer) {
   const unsigned long block = (selection.device_address & 0x0EU) << 15U;
-  return static_cast<off_t>(block + buffer[0] + 256U * buffer[1]);
+  return static_cast<off_t>(block + I2c_RegisterAddress(buffer));
 }
 
 bool Claims(int fd) {

@@ -57,16 +57,15 @@ i2c_msg Message(std::uint16_t flags, std::span<std::uint8_t> bytes) {
           .buf = bytes.data()};
 }
 
-unsigned RegisterOf(std::span<const std::uint8_t> buffer) { return buffer[0] + 256U * buffer[1]; }
-
-std::array<std::uint8_t, 2> RegisterAddress(unsigned address) {
+// As the chip wants its register address.
+std::array<std::uint8_t, 2> BigEndian(unsigned address) {
   return {static_cast<std::uint8_t>(address >> 8U), static_cast<std::uint8_t>(address)};
 }
 
 // Writes to ascending addresses of one page.
 int WriteInPage(int fd, unsigned address, std::span<const std::uint8_t> data) {
   std::array<std::uint8_t, 2 + most_data_bytes> bytes{};
-  const auto behind_address = std::ranges::copy(RegisterAddress(address), bytes.begin()).out;
+  const auto behind_address = std::ranges::copy(BigEndian(address), bytes.begin()).out;
   std::copy(data.begin(), data.end(), behind_address);
   i2c_msg message = Message(0, std::span(bytes).first(2 + data.size()));
   return Transfer(fd, {&message, 1});
@@ -80,7 +79,7 @@ ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
   std::array<std::uint8_t, most_data_bytes> ascending{};
   std::reverse_copy(buffer.begin() + 2, buffer.end(), ascending.begin());
   std::span<const std::uint8_t> data = std::span(ascending).first(selection.data_bytes);
-  unsigned address = RegisterOf(buffer);
+  unsigned address = I2c_RegisterAddress(buffer);
   if (data.size() > 1 && address % page_size == page_size - 1) {
     if (WriteInPage(fd, address++, data.first(1)) != 0) return -1;
     Host_SleepMicroseconds(write_cycle_us);  // the caller waits after the last write only
@@ -90,7 +89,7 @@ ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
 }
 
 ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
-  auto address = RegisterAddress(RegisterOf(buffer));
+  auto address = BigEndian(I2c_RegisterAddress(buffer));
   std::uint8_t data = 0;
   std::array messages = {Message(0, address), Message(I2C_M_RD, {&data, 1})};
   if (Transfer(fd, messages) != 0) return -1;
