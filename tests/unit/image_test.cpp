@@ -261,31 +261,4 @@ TEST(Image, WithTypesOutOfPlaceIsHarmless) {
   }
 }
 
-// A fill that is cut either counts as empty at the next start, or had all its values in place.
-TEST(Image, IsEmptyOrCompleteAfterAPowerCut) {
-  FitFakeCamera(small_camera);
-  chip.records = false;
-  FillImage();
-  const int fill = chip.writes;
-  const std::string complete = chip.Text(45, 12074 - 45);
-  int cut_in_identification = 0;
-  const int last_forty = fill - 40;
-  for (int write = 0; write < fill;
-       write = write < last_forty ? std::min(write + 61, last_forty) : write + 1) {
-    SCOPED_TRACE("cut at transfer " + std::to_string(write));
-    FitFakeChip();
-    chip.records = false;
-    chip.dies_at_write = write;
-    chip.survivors = write % 2;
-    FillImage();
-    int result = -1;
-    (void)OutputOf(
-        [&] { result = Nv_CheckIdentification(eeprom_handle, Slot_Text(product_number)); });
-    if (result == identification_empty) continue;
-    EXPECT_EQ(complete, chip.Text(45, complete.size()));
-    ++cut_in_identification;
-  }
-  EXPECT_EQ(2 + 16 + 2, cut_in_identification) << "next address, id and time come behind the type";
-}
-
 }  // namespace
