@@ -1,0 +1,25 @@
+# SPDX-License-Identifier: MIT
+SUMMARY = "Keeps an IP camera's settings in its I/O board's EEPROM"
+LICENSE = "MIT"
+LIC_FILES_CHKSUM = "file://LICENSE;md5=4e1661968e69167fcc47b9e869b33bd7"
+
+# The source archive lies beside the recipe, in files/. An integrator who fetches it puts the place and
+# its checksum here.
+SRC_URI = "file://nvd-${PV}.tar.gz"
+S = "${WORKDIR}/nvd-${PV}"
+
+DEPENDS = "pugixml"
+
+inherit cmake systemd update-rc.d
+
+# /bin/xmlcfg is the path that the daemon asks by, with and without merged /usr.
+EXTRA_OECMAKE = "-DBUILD_TESTING=OFF -DCMAKE_INSTALL_BINDIR=${base_bindir} \
+                 -DNVD_UNIT_DIR=${systemd_system_unitdir}"
+# A camera with its own libcfg and libnetwork: their recipes in DEPENDS in place of pugixml, and
+# EXTRA_OECMAKE += "-DNVD_LIBCFG=cfg -DNVD_LIBNETWORK=network"
+
+SYSTEMD_SERVICE:${PN} = "nvd.service"
+INITSCRIPT_NAME = "nvd"
+INITSCRIPT_PARAMS = "defaults"
+# Waits for the daemon's end; Busybox's own does not.
+RDEPENDS:${PN} += "${@bb.utils.contains('DISTRO_FEATURES', 'sysvinit', 'dpkg-start-stop', '', d)}"
