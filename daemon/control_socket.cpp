@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "daemon/control_socket.h"
 
+#include <poll.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -13,6 +14,7 @@
 #include <cstring>
 
 #include "daemon/commands.h"
+#include "daemon/signals.h"
 #include "platform/libnetwork.h"
 
 namespace {
@@ -51,10 +53,20 @@ void AcceptClient() {
   Watch(fd);
 }
 
+// Senders write at once; one that does not holds the daemon up, but not its end.
+bool WaitForMessage(int client) {
+  constexpr int patience_ms = 500;
+  pollfd waiting = {.fd = client, .events = POLLIN, .revents = 0};
+  int ready = 0;
+  do {
+    ready = poll(&waiting, 1, patience_ms);
+  } while ((ready == 0 || (ready < 0 && errno == EINTR)) && quit_flag == 0);
+  return ready > 0;
+}
+
 void ServeClient(int& client) {
   std::array<char, longest_message + 1> text{};
-  const ssize_t length = read(client, text.data(), longest_message);
-  if (length < 0) text[0] = '\0';
+  if (WaitForMessage(client) && read(client, text.data(), longest_message) < 0) text[0] = '\0';
   Nv_HandleCommand(text.data());
   (void)close(client);
   FD_CLR(client, &master);

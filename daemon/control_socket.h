@@ -7,7 +7,8 @@
 int Nv_InitSocket();
 
 // Waits at most 500 ms, then either takes one connection or serves the clients that were taken
-// before. Returns 0, or -1 after a failed wait.
+// before: each until it has written, has gone, or quit_flag is set. Returns 0, or -1 after a failed
+// wait.
 int Nv_HandleSocket();
 
 // Closes the socket; its file stays.

@@ -95,6 +95,19 @@ bool IsConfiguration(const pugi::xml_document& document) {
   return elements == 1;
 }
 
+// "&#0;" in any of its forms: XML knows no such character, and the parser would end the value
+// there.
+bool HasNulReference(std::string_view text) {
+  for (std::size_t at = 0; (at = text.find("&#", at)) != std::string_view::npos;) {
+    at += 2;
+    std::string_view number = text.substr(at);
+    if (number.starts_with('x')) number.remove_prefix(1);
+    const std::size_t zeros = number.find_first_not_of('0');
+    if (zeros != std::string_view::npos && zeros > 0 && number[zeros] == ';') return true;
+  }
+  return false;
+}
+
 // XML has no way to write the other control characters, not even as character references.
 bool IsWritable(std::string_view value) {
   return std::all_of(value.begin(), value.end(), [](char c) {
@@ -157,8 +170,11 @@ cfg_handle* cfg_init(const char* path) {
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   std::string text;
   if (path == nullptr || File_Read(path, text) != 0) return nullptr;
+  // What a cut left behind a NUL is no part of the file; the parser does not see it either.
+  text.resize(std::min(text.find('\0'), text.size()));
   const std::size_t skipped = text.starts_with(byte_order_mark) ? byte_order_mark.size() : 0;
   const std::string_view xml = std::string_view(text).substr(skipped);
+  if (HasNulReference(xml)) return nullptr;
 
   LoadedFile& file = loaded_files.emplace_back();
   const pugi::xml_parse_result result = file.document.load_buffer(

@@ -4,7 +4,9 @@
 #include "tests/end_to_end/camera.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -195,6 +197,19 @@ TEST_F(EndToEnd, SurvivesAnyMessage) {
   camera.Set("General.Network.RTSP.Port", "555");
   EXPECT_EQ(std::string("\0\x58\x02\x2B", 4), camera.Eeprom().substr(753, 4));
   camera.Ok("stop");
+}
+
+TEST_F(EndToEnd, EndsOnSigtermBesideASilentClient) {
+  const Camera camera;
+  camera.Ok("start");
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  (camera.state + "/tmp/nv.sck").copy(address.sun_path, sizeof address.sun_path - 1);
+  const int silent = socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(0, connect(silent, reinterpret_cast<sockaddr*>(&address), sizeof address));
+  camera.Ok("notify -n General.System.HTTPPort=81");  // wakes the daemon up to serve both
+  camera.Ok("--timeout 4 stop");
+  (void)close(silent);
 }
 
 TEST_F(EndToEnd, WithoutAnEepromEndsAtOnce) {

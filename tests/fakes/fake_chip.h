@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // An emulated EEPROM behind the adapter seam. It records what the bus sees, holds the chip's bytes,
-// and can refuse transfers or die at one.
+// and can refuse transfers, die at one, or be pulled off the bus.
 #pragma once
 
 #include <array>
@@ -32,7 +32,9 @@ struct FakeChip {
   int writes = 0;          // so far
   int refuse_write = -1;   // the number of the write, from 0, that is refused; -2: all of them
   int dies_at_write = -1;  // this write and everything behind it is lost without a word ...
-  int survivors = 0;       // ... but for so many bytes of the first one
+  int survivors = 0;       // ... but for so many bytes of the first one; -1: they are torn
+  bool absent = false;     // nobody answers on the bus
+  long reads = 0;          // so far
 
   std::string Text(std::size_t address, std::size_t size) const;
 };

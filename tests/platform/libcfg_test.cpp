@@ -112,13 +112,23 @@ TEST(Libcfg, ChangesOneLineForOneValue) {
   EXPECT_NE(std::string::npos, saved.find("\t\t<!-- inside -->\n"));
 }
 
+TEST(Libcfg, EndsAFileAtItsFirstNul) {
+  const TemporaryFolder folder;
+  const Loaded file = Load(folder, std::string_view("<root><A>1</A></root>\n\0</root></b>", 34));
+  ASSERT_NE(nullptr, file.root);
+  EXPECT_EQ(0, cfg_save_file(file.handle, file.path.c_str()));
+  EXPECT_EQ("<root><A>1</A></root>\n", Content(file.path));
+  cfg_deinit(file.handle);
+}
+
 TEST(Libcfg, RefusesWhatIsNoConfiguration) {
   const TemporaryFolder folder;
   EXPECT_EQ(nullptr, cfg_init((folder.path + "/missing").c_str()));
   EXPECT_EQ(nullptr, cfg_init(folder.path.c_str()));
   for (const std::string_view content :
        {"", "text", "<root>", "<root><A></root>", "<root><A>1</A></roo", "<!-- only -->",
-        "<x/><root/>", "<!DOCTYPE root [<!ENTITY e \"y\">]><root>&e;</root>"}) {
+        "<root>&#x000;</root>", "<x/><root/>",
+        "<!DOCTYPE root [<!ENTITY e \"y\">]><root>&e;</root>"}) {
     EXPECT_EQ(nullptr, Load(folder, content).handle) << content;
   }
   const Loaded other = Load(folder, "<device><A>1</A></device>");
