@@ -59,6 +59,8 @@ void Nv_QueryParameter(const char* path, ValueSlot& value) {
   if (equals != std::string_view::npos) Slot_SetText(value, answer.substr(equals + 1));
 }
 
+void Nv_FactoryReset() { (void)Host_RunCommand("restore"); }
+
 void Nv_SetProductNumber(std::string_view text) { Slot_SetText(product_number, text); }
 
 int Nv_LoadProductNumber() {

@@ -43,6 +43,9 @@ bool Nv_ReadParameter(cfg_node* root, const char* path, ValueSlot& value);
 // `value` stays as it was when the tool has no answer.
 void Nv_QueryParameter(const char* path, ValueSlot& value);
 
+// Runs the camera's own command that puts the factory configuration in place, and waits for it.
+void Nv_FactoryReset();
+
 // Copies a text into the product-number buffer.
 void Nv_SetProductNumber(std::string_view text);
 

@@ -5,7 +5,6 @@
 
 #include <cstdio>
 
-#include "config/change_propagation.h"
 #include "config/section_list.h"
 #include "config/store.h"
 #include "daemon/control_socket.h"
@@ -13,15 +12,13 @@
 #include "daemon/pid_file.h"
 #include "daemon/reset_button.h"
 #include "daemon/signals.h"
+#include "daemon/synchronise.h"
 #include "eeprom/backup.h"
 #include "eeprom/i2c_eeprom.h"
 #include "eeprom/identification.h"
-#include "eeprom/restore.h"
 #include "platform/host.h"
 
 namespace {
-
-constexpr const char* factory_reset = "restore";  // the camera's own command
 
 // The reset button is held: the EEPROM is rebuilt from the factory configuration.
 void Reset() {
@@ -30,7 +27,7 @@ void Reset() {
   const bool blinking = pthread_create(&blink, nullptr, Nv_ResetLedBlink, nullptr) == 0;
   if (!blinking) Nv_Syslog(log_ident, LOG_ERR, "Can't not create led blink thread");
   Nv_ClearEepromHeader();
-  (void)Host_RunCommand(factory_reset);
+  Nv_FactoryReset();
   (void)Nv_InitEEprom();
   (void)EEprom_Close(eeprom_handle);
   led_stop_flag = 1;
@@ -45,26 +42,7 @@ void LeaveTestBoardAlone() {
   Nv_WritePidFile();
 }
 
-// Brings EEPROM and configuration into agreement. The control socket opens on the way, so that the
-// notices of a starting camera wait there.
-void Synchronise() {
-  const int identification = Nv_CheckIdentification(eeprom_handle, Slot_Text(product_number));
-  if (identification == identification_empty) {
-    (void)std::puts("eeprom is empty, starting eeprom initial...");
-    (void)Nv_InitEEprom();
-  } else if (identification == identification_mismatch) {
-    Nv_Syslog(log_ident, LOG_INFO, "EEPROM product id not match");
-    (void)Host_RunCommand(factory_reset);
-    Host_SleepSeconds(3);
-  }
-  (void)Nv_InitSocket();
-  (void)Nv_ReadBackCheck();
-  if (identification == identification_mismatch) {
-    (void)Nv_ClampStreamSettings();
-    (void)Nv_WriteIdentification();
-  }
-}
-
+// Change notices until SIGTERM.
 void Serve() {
   Nv_WritePidFile();
   do {
@@ -95,7 +73,7 @@ int main() {
   } else if (Nv_IsMftBoard(eeprom_handle)) {
     LeaveTestBoardAlone();
   } else {
-    Synchronise();
+    (void)Nv_Synchronise();
     Serve();
   }
   return 0;

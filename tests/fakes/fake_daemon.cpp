@@ -5,14 +5,9 @@
 #include <cstring>
 #include <string>
 
-#include "config/change_propagation.h"
 #include "config/section_list.h"
 #include "config/store.h"
-#include "eeprom/backup.h"
-#include "eeprom/i2c_eeprom.h"
-#include "eeprom/identification.h"
-#include "eeprom/restore.h"
-#include "platform/host.h"
+#include "daemon/synchronise.h"
 #include "sections/section.h"
 #include "tests/fakes/fake_chip.h"
 
@@ -21,15 +16,7 @@ int StartDaemon() {
   NsIndex = 0;
   (void)Nv_LoadProductNumber();
   (void)Nv_FindNetworkStorageIndex();
-  const int identification = Nv_CheckIdentification(eeprom_handle, Slot_Text(product_number));
-  if (identification == identification_empty) (void)Nv_InitEEprom();
-  if (identification == identification_mismatch) (void)Host_RunCommand("restore");
-  (void)Nv_ReadBackCheck();
-  if (identification == identification_mismatch) {
-    (void)Nv_ClampStreamSettings();
-    (void)Nv_WriteIdentification();
-  }
-  return identification;
+  return Nv_Synchronise();
 }
 
 namespace {

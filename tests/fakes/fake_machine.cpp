@@ -2,6 +2,7 @@
 #include "tests/fakes/fake_machine.h"
 
 #include <gtest/gtest.h>
+#include <syslog.h>
 
 #include <cstring>
 
@@ -11,9 +12,19 @@
 #include "platform/file.h"
 #include "platform/host.h"
 #include "platform/libcfg.h"
+#include "platform/libnetwork.h"
 #include "tests/fakes/fake_chip.h"
 
 FakeMachine machine;
+
+// The host's system log is not for tests.
+void openlog(const char*, int, int) {}
+void syslog(int, const char*, ...) {}
+void closelog() {}
+
+// No program reports to this machine.
+int unix_socket_open(const char*) { return -1; }
+int set_nonblocking(int) { return -1; }
 
 void Host_ReserveStandardDescriptors() {}
 std::uint32_t Host_Time() { return machine.time; }
