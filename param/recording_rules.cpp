@@ -74,8 +74,8 @@ void SkipSpecification(std::string_view& text) {
   Skip(text, text.substr(0, 1), 1);
 }
 
-// What the camera's programs have always got back: the text as printf(3) prints it without
-// arguments.
+// What the camera's programs have always got back: the text taken as a format without arguments.
+// "%%" is "%", every other conversion is nothing.
 void RestoreAsFormat(ValueSlot& slot, std::string_view text) {
   std::array<char, 256> plain;
   std::size_t length = 0;
