@@ -26,7 +26,7 @@ std::uint32_t Family(std::uint32_t address) {
 }
 
 bool NamesRow(const SectionNode& node, std::size_t row, std::string_view key, bool exactly) {
-  const RowPaths paths = Map_SplitPaths(node.map->rows[row].path);
+  const RowPaths paths = Map_SplitPaths(node.map->fields[row].paths);
   for (std::size_t i = 0; i < paths.count; ++i) {
     const PathText path = Nv_FormatPath(paths.path[i], NsIndex);
     const std::string_view text = path.data();
@@ -64,12 +64,14 @@ void MarkBytes(AddressSet& bytes, std::uint32_t address, std::size_t size) {
 void MarkMessage(AddressSet& bytes, std::string_view message) {
   const std::string_view key = message.substr(0, message.find('='));
   if (key.size() == message.size()) return;
-  MarkBytes(bytes, identification_time_address, 4);
+  MarkBytes(bytes, 41, 4);
   if (key.starts_with("General.Brand.ProdNbr")) MarkBytes(bytes, 9, 32);
   const auto effect = std::ranges::find_if(
       effects, [key](const Effect& each) { return key.starts_with(each.word); });
   for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    if (effect != effects.end() && std::ranges::count(effect->types, node->type) == 0) continue;
+    if (effect != effects.end() &&
+        std::ranges::count(effect->types, static_cast<std::uint32_t>(node->type)) == 0)
+      continue;
     if (effect != effects.end() && effect->part_of_path.empty()) {
       MarkBytes(bytes, node->address, SECTION_HEADER_SIZE + Section_PayloadSize(node->type));
       continue;
@@ -79,7 +81,7 @@ void MarkMessage(AddressSet& bytes, std::string_view message) {
                              ? NamesRow(*node, row, key, true)
                              : NamesRow(*node, row, effect->part_of_path, false);
       if (!named) continue;
-      MarkBytes(bytes, SectionList_FieldAddress(*node, row), node->map->fields[row].size);
+      MarkBytes(bytes, SectionList_FieldAddress(*node, row), node->map->fields[row].format.size);
     }
   }
 }

@@ -33,7 +33,7 @@ Place Find(std::string_view key) {
   return {&section_maps[1], 0};
 }
 
-SectionRecord NewRecord(std::uint32_t type) {
+SectionRecord NewRecord(SectionType type) {
   SectionRecord record;
   record.type = type;
   EXPECT_TRUE(Section_Prepare(record));
@@ -42,8 +42,8 @@ SectionRecord NewRecord(std::uint32_t type) {
 
 std::span<std::uint8_t> FieldOf(SectionRecord& record, std::string_view key) {
   const Place place = Find(key);
-  return Section_Field(record, Map_FieldOffset(*place.map, place.row),
-                       place.map->fields[place.row].size);
+  return Section_Field(record, FieldOffset(place.map->fields, place.row),
+                       place.map->fields[place.row].format.size);
 }
 
 // A number as "#<decimal>" with the field's sign, a text as it stands.
@@ -51,7 +51,7 @@ std::string Show(SectionRecord& record, std::string_view key) {
   const Place place = Find(key);
   const auto field = FieldOf(record, key);
   const std::uint32_t value = Field_Number(field);
-  switch (place.map->fields[place.row].kind) {
+  switch (place.map->fields[place.row].format.kind) {
     case MAP_TEXT:
       return std::string(Field_Text(field));
     case MAP_S16:
@@ -77,15 +77,15 @@ void Store(SectionRecord& record, std::string_view key, const Texts& values) {
   const Place place = Find(key);
   ValueSlots slots{};
   for (std::size_t i = 0; i < values.size(); ++i) Slot_SetText(slots[i], values[i]);
-  EXPECT_EQ(0, Param_ConfigToSection(slots, key, record, Map_FieldOffset(*place.map, place.row),
-                                     place.map->fields[place.row]));
+  EXPECT_EQ(0, Param_ConfigToSection(slots, key, record, FieldOffset(place.map->fields, place.row),
+                                     place.map->fields[place.row].format));
 }
 
 Texts Restore(SectionRecord& record, std::string_view key) {
   const Place place = Find(key);
   ValueSlots slots{};
-  EXPECT_EQ(0, Param_SectionToConfig(record, slots, key, Map_FieldOffset(*place.map, place.row),
-                                     place.map->fields[place.row]));
+  EXPECT_EQ(0, Param_SectionToConfig(record, slots, key, FieldOffset(place.map->fields, place.row),
+                                     place.map->fields[place.row].format));
   Texts values;
   for (const ValueSlot& slot : slots) values.emplace_back(Slot_Text(slot));
   while (!values.empty() && values.back().empty()) values.pop_back();
@@ -279,7 +279,7 @@ TEST(Conversion, RestoresUnknownNumbersAsTheRuleSays) {
 }
 
 TEST(Conversion, ReadsNeighbouringFields) {
-  SectionRecord image = NewRecord(4);
+  SectionRecord image = NewRecord(SectionType{4});
   Set(image, "lvim_wdr", "#300");
   Set(image, "lvim_denoise", "#3");
   Set(image, "lvim_autowdr_en", "#1");
@@ -287,11 +287,11 @@ TEST(Conversion, ReadsNeighbouringFields) {
   EXPECT_EQ(Texts(), Restore(image, "lvim_wdr"));
   EXPECT_EQ(Texts(), Restore(image, "lvim_denoise"));
 
-  SectionRecord lens = NewRecord(5);
+  SectionRecord lens = NewRecord(SectionType{5});
   Set(lens, "lvln_autoir_en", "#1");
   EXPECT_EQ(Texts(), Restore(lens, "lvln_iris"));
 
-  SectionRecord stream = NewRecord(8);
+  SectionRecord stream = NewRecord(SectionType{8});
   Store(stream, "stpf_pf_hres", {"1920x1080"});
   EXPECT_EQ("#0", Show(stream, "stpf_pf_vres"));
   Store(stream, "stpf_pf_vres", {"1920x1080"});
@@ -302,7 +302,7 @@ TEST(Conversion, ReadsNeighbouringFields) {
   EXPECT_EQ("#3000000", Show(stream, "stpf_pf_CBR_bitrate"));
   EXPECT_EQ("#3000000", Show(stream, "stpf_pf_CBR_minquality"));
 
-  SectionRecord audio = NewRecord(6);
+  SectionRecord audio = NewRecord(SectionType{6});
   EXPECT_EQ(Texts{"micin"}, Restore(audio, "lvad_insource"));
   EXPECT_EQ("#2", Show(audio, "lvad_insource"));
 }
@@ -310,7 +310,7 @@ TEST(Conversion, ReadsNeighbouringFields) {
 TEST(Conversion, KeepsTheScheduleWithItsOwner) {
   for (const auto& [prefix, owner, type] : {std::tuple{"srin", "LS", 9U}, {"srex", "NS", 10U}}) {
     const std::string key = std::string(prefix) + "_pvalue_" + (type == 9 ? "3" : "2");
-    SectionRecord record = NewRecord(type);
+    SectionRecord record = NewRecord(SectionType{type});
     Store(record, key, {owner, "50%d%% of 8% smart%-5-d%.3.4d%"});
     EXPECT_EQ("50%d%% of 8% smart%-5-d%.3.4d%", Show(record, key));
     EXPECT_EQ(Texts(), Restore(record, key)) << "not while the schedule is another's";
@@ -329,7 +329,7 @@ TEST(Conversion, SplitsAndJoinsLocations) {
       {"ftp", "//host/share", "host", "/share", ""},
   };
   for (const auto& [protocol, location, address, path, restored] : locations) {
-    SectionRecord record = NewRecord(10);
+    SectionRecord record = NewRecord(SectionType{10});
     Store(record, "srex_server_type", {protocol});
     Store(record, "srex_srv_addr", {location});
     Store(record, "srex_srv_path", {location});
@@ -338,7 +338,7 @@ TEST(Conversion, SplitsAndJoinsLocations) {
     EXPECT_EQ(restored.empty() ? Texts() : Texts{restored}, Restore(record, "srex_srv_addr"));
     EXPECT_EQ(restored.empty() ? Texts() : Texts{restored}, Restore(record, "srex_srv_path"));
   }
-  SectionRecord full = NewRecord(10);
+  SectionRecord full = NewRecord(SectionType{10});
   Set(full, "srex_server_type", "#1");
   Set(full, "srex_srv_addr", std::string(32, 'a'));
   Set(full, "srex_srv_path", std::string(256, 'p'));
@@ -353,7 +353,7 @@ std::string Encode(std::string_view text) {
 }
 
 TEST(Conversion, StoresAndRestoresAccounts) {
-  SectionRecord record = NewRecord(2);
+  SectionRecord record = NewRecord(SectionType{2});
   const auto store = [&](int user, const std::string& value) {
     for (const char* field : {"sssc_username_", "sssc_password_", "sssc_group_"}) {
       Store(record, field + std::to_string(user), {value});
@@ -408,12 +408,12 @@ TEST(Conversion, DecodesLeniently) {
 
 TEST(Conversion, LeavesWhatDoesNotBelongAlone) {
   ValueSlots slots{};
-  SectionRecord record = NewRecord(1);
-  record.type = 11;
+  SectionRecord record = NewRecord(SectionType{1});
+  record.type = SectionType{11};
   EXPECT_EQ("No support section type 11\n", OutputOf([&] {
               EXPECT_EQ(-1, Param_ConfigToSection(slots, "ssdt_format", record, 0, byte_field));
             }));
-  record.type = 1;
+  record.type = SectionType::ssdt;
   Slot_SetText(slots[0], "text");
   const std::vector<std::uint8_t> before = record.data;
   for (const std::uint32_t offset : {193U, 194U, 4000U, 0xFFFFFFFFU}) {

@@ -29,21 +29,21 @@ TEST(I2cEeprom, SendsExactlyTheseTransfers) {
        [] { return EEprom_WriteByte(fd, 0x1234, 0xAB); },
        {Chip(0xA0), Width(0), Write({0x34, 0x12, 0xAB}), Cycle()}},
       {"big-endian word",
-       [] { return EEprom_WriteWord(fd, 0x1234, 0x11225678, 6); },
+       [] { return EEprom_WriteWord(fd, 0x1234, 0x11225678, ByteOrder::big_endian); },
        {Chip(0xA0), Width(1), Write({0x34, 0x12, 0x78, 0x56}), Cycle()}},
       {"little-endian word",
-       [] { return EEprom_WriteWord(fd, 0x1234, 0x5678, 0); },
+       [] { return EEprom_WriteWord(fd, 0x1234, 0x5678, ByteOrder::little_endian); },
        {Chip(0xA0), Width(1), Write({0x34, 0x12, 0x56, 0x78}), Cycle()}},
       {"word across a page",
-       [] { return EEprom_WriteWord(fd, 0x12FF, 0x5678, 7); },
+       [] { return EEprom_WriteWord(fd, 0x12FF, 0x5678, ByteOrder::big_endian); },
        {Chip(0xA0), Width(0), Write({0xFF, 0x12, 0x56}), Cycle(), Write({0x00, 0x13, 0x78}),
         Cycle()}},
       {"big-endian dword",
-       [] { return EEprom_WriteDword(fd, 0x10, 0x01020304, 7); },
+       [] { return EEprom_WriteDword(fd, 0x10, 0x01020304, ByteOrder::big_endian); },
        {Chip(0xA0), Width(1), Write({0x10, 0, 2, 1}), Cycle(), Width(1), Write({0x12, 0, 4, 3}),
         Cycle()}},
       {"little-endian dword, second pair across a page",
-       [] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, 0); },
+       [] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, ByteOrder::little_endian); },
        {Chip(0xA0), Width(1), Write({0xFD, 0, 3, 4}), Cycle(), Width(0), Write({0xFF, 0, 2}),
         Cycle(), Write({0, 1, 1}), Cycle()}},
       {"raw of 3",
@@ -52,17 +52,19 @@ TEST(I2cEeprom, SendsExactlyTheseTransfers) {
         Cycle()}},
       {"raw of nothing", [] { return EEprom_WriteRaw(fd, 0x20, {}); }, {Chip(0xA0)}},
       {"big-endian value of 3",
-       [] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, 4); },
+       [] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, ByteOrder::big_endian); },
        {Chip(0xA0), Width(1), Write({0x20, 0, 2, 1}), Cycle(), Width(0), Write({0x22, 0, 3}),
         Cycle()}},
       {"little-endian value of 3",
-       [] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, 0); },
+       [] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, ByteOrder::little_endian); },
        {Chip(0xA0), Width(1), Write({0x20, 0, 2, 3}), Cycle(), Width(0), Write({0x22, 0, 1}),
         Cycle()}},
       {"value of 1",
-       [] { return EEprom_WriteValue(fd, 0x20, 0x0102, 1, 3); },
+       [] { return EEprom_WriteValue(fd, 0x20, 0x0102, 1, ByteOrder::big_endian); },
        {Chip(0xA0), Width(0), Write({0x20, 0, 2}), Cycle()}},
-      {"value of 0", [] { return EEprom_WriteValue(fd, 0x20, 1, 0, 0); }, {Chip(0xA0)}},
+      {"value of 0",
+       [] { return EEprom_WriteValue(fd, 0x20, 1, 0, ByteOrder::little_endian); },
+       {Chip(0xA0)}},
       {"third block of the first chip",
        [] { return EEprom_WriteByte(fd, 0x20001, 9); },
        {Chip(0xA4), Width(0), Write({1, 0, 9}), Cycle()}},
@@ -70,7 +72,7 @@ TEST(I2cEeprom, SendsExactlyTheseTransfers) {
        [] { return EEprom_WriteByte(fd, 0x70001, 9); },
        {Chip(0xAE), Width(0), Write({1, 0, 9}), Cycle()}},
       {"a split does not choose the chip again",
-       [] { return EEprom_WriteWord(fd, 0xFFFF, 0x0201, 0); },
+       [] { return EEprom_WriteWord(fd, 0xFFFF, 0x0201, ByteOrder::little_endian); },
        {Chip(0xA0), Width(0), Write({0xFF, 0xFF, 1}), Cycle(), Write({0, 0, 2}), Cycle()}},
   };
   for (const WriteCase& each : cases) {
@@ -84,14 +86,15 @@ TEST(I2cEeprom, SendsExactlyTheseTransfers) {
 TEST(I2cEeprom, StopsAtTheFirstRefusedTransfer) {
   FitFakeChip();
   chip.refuse_write = 1;
-  EXPECT_EQ("I2C_WRITE error!\n",
-            OutputOf([] { EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x00FF, 0x1122, 7)); }));
+  EXPECT_EQ("I2C_WRITE error!\n", OutputOf([] {
+              EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x00FF, 0x1122, ByteOrder::big_endian));
+            }));
   EXPECT_EQ((BusEvents{Chip(0xA0), Width(0), Write({0xFF, 0, 0x11}), Cycle(), Write({0, 1, 0x22})}),
             chip.events);
   FitFakeChip();
   chip.refuse_write = 0;
   EXPECT_EQ("I2C_WRITE error!\n",
-            OutputOf([] { EXPECT_EQ(-1, EEprom_WriteDword(fd, 0x10, 1, 7)); }));
+            OutputOf([] { EXPECT_EQ(-1, EEprom_WriteDword(fd, 0x10, 1, ByteOrder::big_endian)); }));
   EXPECT_EQ(1, chip.writes);
 }
 
@@ -119,7 +122,7 @@ TEST(I2cEeprom, ReadsByteByByte) {
 TEST(Section, WritesTheIdentificationByteForByte) {
   FitFakeChip();
   SectionRecord record;
-  record.type = identification_type;
+  record.type = SectionType::identification;
   ASSERT_TRUE(Section_Prepare(record));
   Field_SetText(Section_Field(record, 0, 32), "ABC");
   Field_SetNumber(Section_Field(record, 32, 4), 0x01020304);
@@ -146,7 +149,7 @@ TEST(Section, RoundTripsEveryTypeThroughTheChip) {
     FitFakeChip();
     chip.records = false;
     SectionRecord written;
-    written.type = type;
+    written.type = SectionType{type};
     written.address = 0x1F3;
     ASSERT_TRUE(Section_Prepare(written));
     for (std::size_t i = 0; i < written.data.size(); ++i) {
@@ -158,7 +161,7 @@ TEST(Section, RoundTripsEveryTypeThroughTheChip) {
     SectionRecord read;
     read.address = 0x1F3;
     EXPECT_EQ(0, EEprom_ReadSection(fd, read));
-    EXPECT_EQ(type, read.type);
+    EXPECT_EQ(SectionType{type}, read.type);
     EXPECT_EQ(0x1F3 + size, read.next_address);
     EXPECT_EQ(written.data, read.data);
   }
@@ -167,7 +170,7 @@ TEST(Section, RoundTripsEveryTypeThroughTheChip) {
 TEST(Section, StoresNumbersBigEndian) {
   FitFakeChip();
   SectionRecord record;
-  record.type = 8;
+  record.type = SectionType::stpf;
   ASSERT_TRUE(Section_Prepare(record));
   Field_SetNumber(Section_Field(record, 33, 2), 1920);
   Field_SetNumber(Section_Field(record, 43, 4), 4000000);
@@ -179,7 +182,7 @@ TEST(Section, StoresNumbersBigEndian) {
 TEST(Section, ReportsWhatItDoesNotKnow) {
   FitFakeChip();
   SectionRecord record;
-  record.type = 11;
+  record.type = SectionType{11};
   record.address = 100;
   EXPECT_EQ("EEprom_WriteSection: Unknown section type 11.\n",
             OutputOf([&] { EXPECT_EQ(0, EEprom_WriteSection(fd, record)); }));
@@ -192,14 +195,14 @@ TEST(Section, ReportsWhatItDoesNotKnow) {
   EXPECT_EQ("EEprom_ReadSection: Unknown section type -1.\n",
             OutputOf([&] { EXPECT_EQ(-1, EEprom_ReadSection(fd, erased)); }));
 
-  for (const std::uint32_t type : {3U, identification_type}) {
+  for (const SectionType type : {SectionType::ssnt, SectionType::identification}) {
     SectionRecord section;
     section.type = type;
     ASSERT_TRUE(Section_Prepare(section));
     section.version = 0x102;
     (void)OutputOf([&] { (void)EEprom_WriteSection(fd, section); });
     SectionRecord read;
-    const bool silent = type == identification_type;
+    const bool silent = type == SectionType::identification;
     EXPECT_EQ(silent ? "" : "Unsupported data version 2, section type 3\n",
               OutputOf([&] { EXPECT_EQ(-1, EEprom_ReadSection(fd, read)); }));
     EXPECT_TRUE(read.data.empty());

@@ -134,12 +134,16 @@ TEST_F(I2cKernel, LeavesTheBytesThatTheVendorsBuffersLeave) {
   using Call = std::function<int(int fd, std::uint32_t address)>;
   const std::vector<Call> calls = {
       [](int on, auto at) { return EEprom_WriteByte(on, at, 0x5A); },
-      [](int on, auto at) { return EEprom_WriteWord(on, at, 0x1234, 6); },
-      [](int on, auto at) { return EEprom_WriteWord(on, at, 0x1234, 0); },
-      [](int on, auto at) { return EEprom_WriteDword(on, at, 0x12345678, 7); },
-      [](int on, auto at) { return EEprom_WriteDword(on, at, 0x12345678, 0); },
+      [](int on, auto at) { return EEprom_WriteWord(on, at, 0x1234, ByteOrder::big_endian); },
+      [](int on, auto at) { return EEprom_WriteWord(on, at, 0x1234, ByteOrder::little_endian); },
+      [](int on, auto at) { return EEprom_WriteDword(on, at, 0x12345678, ByteOrder::big_endian); },
+      [](int on, auto at) {
+        return EEprom_WriteDword(on, at, 0x12345678, ByteOrder::little_endian);
+      },
       [](int on, auto at) { return EEprom_WriteRaw(on, at, std::span(raw).first(3)); },
-      [](int on, auto at) { return EEprom_WriteValue(on, at, 0x123456, 3, 1); }};
+      [](int on, auto at) {
+        return EEprom_WriteValue(on, at, 0x123456, 3, ByteOrder::big_endian);
+      }};
   FitFakeChip();
   chip.records = false;
   const I2cAdapter* vendor_buffers = I2c_UseAdapter(&i2c_kernel_adapter);
@@ -160,8 +164,9 @@ TEST_F(I2cKernel, LeavesTheBytesThatTheVendorsBuffersLeave) {
 }
 
 TEST_F(I2cKernel, SendsTheRegisterAddressHighByteFirst) {
-  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x122F, 0xABCD, 6));
-  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x51F, 0xABCD, 6)) << "across a page of the chip";
+  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x122F, 0xABCD, ByteOrder::big_endian));
+  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x51F, 0xABCD, ByteOrder::big_endian))
+      << "across a page of the chip";
   EXPECT_EQ(30000U, bus.slept_us) << "a write cycle for each transfer";
   std::uint32_t value = 0;
   EEprom_Read(fd, 0x1230, value, 1);
@@ -189,7 +194,7 @@ TEST_F(I2cKernel, ReportsARefusedWrite) {
     FitBus();
     bus.refuse_call = refused;
     testing::internal::CaptureStdout();
-    EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x1F, 0x1122, 6));
+    EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x1F, 0x1122, ByteOrder::big_endian));
     EXPECT_EQ("I2C_WRITE error!\n", testing::internal::GetCapturedStdout());
     EXPECT_EQ(refused + 1, bus.calls) << "nothing is sent behind it";
     EXPECT_EQ(static_cast<unsigned>(refused) * write_cycle_us, bus.slept_us);

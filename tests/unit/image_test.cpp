@@ -16,20 +16,8 @@
 namespace {
 
 const std::vector<std::pair<std::uint32_t, std::uint32_t>> chain = {  // address, type
-    {0, identification_type},
-    {45, 1},
-    {248, 2},
-    {582, 3},
-    {1397, 4},
-    {2848, 5},
-    {3511, 6},
-    {4171, 7},
-    {4829, 8},
-    {6179, 8},
-    {7529, 8},
-    {8879, 8},
-    {10229, 9},
-    {10952, 10}};
+    {0, 0x5350524B}, {45, 1},   {248, 2},  {582, 3},  {1397, 4}, {2848, 5},  {3511, 6},
+    {4171, 7},       {4829, 8}, {6179, 8}, {7529, 8}, {8879, 8}, {10229, 9}, {10952, 10}};
 
 const std::map<std::string, std::string> small_camera = {
     {"General.System.HTTPPort", "80"},
@@ -173,7 +161,7 @@ TEST(Image, ThatMatchesChangesNothing) {
   for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
     ASSERT_LT(nodes, chain.size());
     EXPECT_EQ(chain[nodes].first, node->address);
-    EXPECT_EQ(chain[nodes].second, node->type);
+    EXPECT_EQ(SectionType{chain[nodes].second}, node->type);
     EXPECT_EQ(&section_maps[nodes], node->map);
     ++nodes;
   }
@@ -255,7 +243,8 @@ TEST(Image, WithTypesOutOfPlaceIsHarmless) {
     }
     (void)ReadBack();
     for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-      EXPECT_TRUE(node->type == type || node->type == 0 || node->type == identification_type);
+      EXPECT_TRUE(node->type == SectionType{type} || node->type == SectionType::none ||
+                  node->type == SectionType::identification);
     }
     EXPECT_NE("(none)", Parameter("General.System.HTTPPort"));
   }
