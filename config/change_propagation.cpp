@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::size_t stream_profiles = 4;
+constexpr int stream_profiles = 4;
 constexpr std::string_view placeholder = "%d";
 
 bool HasPlaceholder(std::string_view path) {
@@ -63,19 +63,18 @@ void LowerSetting(cfg_node* root, const PathText& path, const char* value) {
 }
 
 bool ClampResolutions(cfg_node* root) {
-  ValueSlot value;
   std::array<int, 2> largest{};
-  (void)Nv_ReadParameter(root, "ImageSource.I0.Config.MaxResolution", value);
-  if (Text_ScanInts(Slot_Text(value), "%dx%d", largest.data()) != 2) return false;
+  const ValueSlot limit = Nv_ParameterValue(root, "ImageSource.I0.Config.MaxResolution");
+  if (Text_ScanInts(Slot_Text(limit), "%dx%d", largest.data()) != 2) return false;
   bool changed = false;
-  for (int i = 0; i < static_cast<int>(stream_profiles); ++i) {
+  for (int i = 0; i < stream_profiles; ++i) {
     const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.Resolution", i);
+    ValueSlot value = Nv_ParameterValue(root, path.data());
+    // Only the widths are compared, so one is enough.
     std::array<int, 2> size{};
-    (void)Nv_ReadParameter(root, path.data(), value);
-    if (Text_ScanInts(Slot_Text(value), "%dx%d", size.data()) < 1 || size[0] <= largest[0]) {
-      continue;
-    }
-    (void)std::snprintf(value.data(), value.size(), "%dx%d", largest[0], largest[1]);
+    const int numbers = Text_ScanInts(Slot_Text(value), "%dx%d", size.data());
+    if (numbers < 1 || size[0] <= largest[0]) continue;
+    Text_Format(value, "%dx%d", largest[0], largest[1]);
     LowerSetting(root, path, value.data());
     changed = true;
   }
@@ -83,13 +82,13 @@ bool ClampResolutions(cfg_node* root) {
 }
 
 bool ClampFrameRates(cfg_node* root) {
-  ValueSlot value;
   std::array<int, 3> mode{};  // width, height, frames per second
-  (void)Nv_ReadParameter(root, "ImageSource.I0.Config.CaptureMode", value);
-  if (Text_ScanInts(Slot_Text(value), "%dx%d@%d", mode.data()) != 3) return false;
+  const ValueSlot capture_mode = Nv_ParameterValue(root, "ImageSource.I0.Config.CaptureMode");
+  if (Text_ScanInts(Slot_Text(capture_mode), "%dx%d@%d", mode.data()) != 3) return false;
   bool changed = false;
-  for (int i = 0; i < static_cast<int>(stream_profiles); ++i) {
+  for (int i = 0; i < stream_profiles; ++i) {
     const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.FPS", i);
+    ValueSlot value;
     if (!Nv_ReadParameter(root, path.data(), value)) continue;
     if (Text_ToInt(Slot_Text(value)) <= mode[2]) continue;
     Slot_SetNumber(value, mode[2]);

@@ -16,8 +16,7 @@ ValueSlots ReadRow(cfg_node* root, std::string_view row_paths) {
   ValueSlots slots{};
   const RowPaths paths = Map_SplitPaths(row_paths);
   for (std::size_t i = paths.count; i-- > 0;) {
-    // A parameter that does not exist counts as an empty one.
-    (void)Nv_ReadParameter(root, Nv_FormatPath(paths.path[i], NsIndex).data(), slots[i]);
+    slots[i] = Nv_ParameterValue(root, Nv_FormatPath(paths.path[i], NsIndex).data());
   }
   return slots;
 }
