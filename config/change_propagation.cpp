@@ -53,11 +53,12 @@ void ReportMatch(std::string_view path) {
   if (debug_flag != 0) {
     Nv_Print("## NVD : link list node=%.*s\n", static_cast<int>(path.size()), path.data());
   }
-  (void)std::fflush(stdout);
+  (void)std::fflush(stdout);  // a trace shows what led to the transfer behind it
 }
 
 // Puts a lowered setting into the configuration and into the EEPROM.
 void LowerSetting(cfg_node* root, const PathText& path, const char* value) {
+  // The parameter has just been read, and a number fits everywhere.
   (void)cfg_set_param_value(cfg_find_param_node(root, path.data()), value);
   (void)Nv_HandleParameterChange(path.data(), value);
 }
@@ -111,6 +112,7 @@ int Nv_HandleParameterChange(std::string_view key, std::string_view value) {
         if (!Names(paths.path[i], key, formatted)) continue;
         ReportMatch(rows[row].paths);
         record.type = node->type;
+        // A section of a type that has no rows of its own has been reported.
         (void)Nv_UpdateSectionData(key, value, row, record, *node);
       }
     }

@@ -96,9 +96,9 @@ void CopyElement(cfg_node* element, cfg_node* template_node, cfg_node* device_ro
   if (copy == nullptr) return;
   ValueSlot value;
   if (cfg_get_param_value(element, value.data(), static_cast<int>(value.size())) == 0) {
-    (void)cfg_add_param_value(copy, value.data());
+    (void)cfg_add_param_value(copy, value.data());  // an element without its value is still there
   }
-  (void)cfg_cp_node_attr(copy, element);
+  (void)cfg_cp_node_attr(copy, element);  // always succeeds
 }
 
 // Adds the instance with its whole content. Returns false, reported, when it could not be given its

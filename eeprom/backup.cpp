@@ -35,6 +35,9 @@ void ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* root) {
 
 }  // namespace
 
+// Transfers that are refused have been reported one by one; the rest of the image goes on, since an
+// image with a gap restores more than none.
+
 int Nv_InitEEprom() {
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
