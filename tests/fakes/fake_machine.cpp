@@ -56,10 +56,14 @@ int File_Read(const char* path, std::string& content) {
   return 0;
 }
 
-int File_Replace(const char* path, std::string_view content) {
+int File_Update(const char* path, const FileChange& change) {
   ++machine.saves;
-  if (machine.disk_full) return -1;
-  machine.files[path] = content;
+  std::string next;
+  const auto file = machine.files.find(path);
+  if (machine.disk_full || !change(file == machine.files.end() ? nullptr : &file->second, next)) {
+    return -1;
+  }
+  machine.files[path] = next;
   return 0;
 }
 

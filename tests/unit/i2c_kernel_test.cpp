@@ -82,6 +82,10 @@ void Host_SleepMicroseconds(unsigned microseconds) {
   bus.busy_us -= std::min(bus.busy_us, microseconds);
 }
 
+// Tests that run at the same time share the device.
+extern "C" int __wrap_flock(int fd, int operation);
+extern "C" int __wrap_flock(int, int) { return 0; }
+
 extern "C" int __wrap_ioctl(int fd, unsigned long request, ...);
 extern "C" int __wrap_ioctl(int fd, unsigned long request, ...) {
   va_list arguments;
