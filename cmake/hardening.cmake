@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # What makes a fault in memory end the program instead of being used: guarded stack frames, checked
-# copies, and tables of addresses that are read-only once the program runs. It costs about 2 % of size.
+# copies, and tables of addresses that are read-only once the program runs. It costs 2 to 4 % of size.
 # Whether programs are position-independent is the toolchain's choice; today's are so by themselves.
 option(NVD_HARDENED "guard stack, copies and address tables" OFF)
 if(NVD_HARDENED)
