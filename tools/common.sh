@@ -40,6 +40,8 @@ compile() {
 
 # build PRESET [ARGUMENT...]
 build() {
+  mkdir -p "build/$1"
+  [[ -w build/$1 ]] || fail "'build/$1' is $(stat -c %U "build/$1")'s; remove it, or work as that user"
   quietly cmake --preset "$1"
   compile "build/$1" "${@:2}"
 }
