@@ -3,11 +3,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <map>
 
 #include "config/change_propagation.h"
 #include "eeprom/identification.h"
 #include "eeprom/restore.h"
+#include "nvdump/options.h"
 
 namespace {
 
@@ -40,6 +43,12 @@ const char* RemarkOn(StoredValue judgement) {
   return nullptr;
 }
 
+// An error is told at the end: nothing may be thrown through the daemon's functions.
+void Save(const ConfigFile& config, const std::string& path, int& error) {
+  if (path.empty() || error != 0) return;
+  if (cfg_save_file(config.handle.get(), path.c_str()) != 0) error = errno;
+}
+
 void RestoreSections(const Image& image, Restore& restore) {
   for (const StoredSection& section : image.sections) {
     if (!section.is_readable) continue;
@@ -65,32 +74,35 @@ std::vector<ConfigParameter> Config_Parameters(cfg_node* root) {
 }
 
 std::vector<ParameterChange> Apply(const Image& image, const ConfigFile& config,
-                                   const std::string& templates) {
+                                   const std::string& templates, const std::string& path) {
   cfg_node* root = config.root;
   std::vector<ParameterChange> stays_out;
+  int error = 0;
   Restore restore = {
       .root = root,
       .add_instance =
-          [&](const ListKind& list, const char* path) {
-            (void)List_AddInstance(list, templates.c_str(), root, path);
+          [&](const ListKind& list, const char* needed) {
+            if (List_AddInstance(list, templates.c_str(), root, needed)) Save(config, path, error);
           },
       .may_put =
-          [&](const SectionRecord& record, const char* path, const ValueSlot& current,
+          [&](const SectionRecord& record, const char* name, const ValueSlot& current,
               const ValueSlot& stored) {
-            const char* remark = RemarkOn(Restore_Judge(root, record, path, stored));
+            const char* remark = RemarkOn(Restore_Judge(root, record, name, stored));
             if (remark == nullptr) return true;
-            if (std::ranges::find(stays_out, path, &ParameterChange::path) == stays_out.end()) {
-              stays_out.push_back({path, current.data(), stored.data(), remark});
+            if (std::ranges::find(stays_out, name, &ParameterChange::path) == stays_out.end()) {
+              stays_out.push_back({name, current.data(), stored.data(), remark});
             }
             return false;
           },
   };
   const std::vector<ConfigParameter> before = Config_Parameters(root);
   RestoreSections(image, restore);
+  if (restore.changed) Save(config, path, error);
   Image_Fit(image);
   if (Nv_CheckIdentification(0, Slot_Text(product_number)) == identification_mismatch) {
-    (void)Config_ClampStreams(root, nullptr);
+    if (Config_ClampStreams(root, nullptr)) Save(config, path, error);
   }
+  if (error != 0) throw Failure(path + ": " + std::strerror(error));
   std::vector<ParameterChange> changes = Differences(before, Config_Parameters(root));
   std::ranges::move(stays_out, std::back_inserter(changes));
   return changes;

@@ -24,7 +24,8 @@ struct ParameterChange {
 
 // Puts an image's values into an open configuration, as a start of the daemon would: an image of
 // another product goes into a configuration that has just been reset, and its streams are clamped.
-// Returns what changes, in the configuration's order, and behind it what is stored and differs, but
-// stays out.
+// Saves the file at `path` as often as the daemon would, which shows in it; not at all for an empty
+// path. Returns what changes, in the configuration's order, and behind it what is stored and
+// differs, but stays out.
 std::vector<ParameterChange> Apply(const Image& image, const ConfigFile& config,
-                                   const std::string& templates);
+                                   const std::string& templates, const std::string& path = {});

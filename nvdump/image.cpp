@@ -65,15 +65,6 @@ void AddFields(const StoredSection& section, std::vector<StoredField>& fields) {
   }
 }
 
-// The values that a restore hands over for a row's paths.
-ValueSlots SlotsOf(const StoredField& stored) {
-  ValueSlots slots{};
-  SectionRecord record = stored.section->record;  // a conversion may mend the field
-  const auto& [key, format, paths] = *stored.field;
-  (void)Param_SectionToConfig(record, slots, key, stored.offset, format);
-  return slots;
-}
-
 // A later row overwrites what an earlier one has put, unless it has nothing to put.
 void AddParameter(std::vector<StoredParameter>& parameters, std::string_view path,
                   std::string_view value, const StoredField& stored) {
@@ -98,6 +89,14 @@ std::span<const std::uint8_t> Field_Bytes(const StoredField& stored) {
 const char* State_Name(ImageState state) {
   constexpr std::array names = {"blank", "factory-test set-up", "cut short", "filled"};
   return names.at(static_cast<std::size_t>(state));
+}
+
+ValueSlots Field_Values(const StoredField& stored) {
+  ValueSlots slots{};
+  SectionRecord record = stored.section->record;  // a conversion may mend the field
+  const auto& [key, format, paths] = *stored.field;
+  (void)Param_SectionToConfig(record, slots, key, stored.offset, format);
+  return slots;
 }
 
 void Image_Fit(const Image& image) {
@@ -139,7 +138,7 @@ std::vector<StoredParameter> Image_Parameters(const Image& image) {
   for (const StoredField& stored : Image_Fields(image)) {
     const RowPaths paths = Map_SplitPaths(stored.field->paths);
     if (paths.count == 0) continue;
-    const ValueSlots slots = SlotsOf(stored);
+    const ValueSlots slots = Field_Values(stored);
     for (std::size_t i = 0; i < paths.count; ++i) {
       AddParameter(parameters, paths.path[i], Slot_Text(slots[i]), stored);
     }

@@ -49,6 +49,9 @@ struct StoredParameter {
 // Its bytes in memory's order: numbers low byte first.
 std::span<const std::uint8_t> Field_Bytes(const StoredField& stored);
 
+// The values that a restore hands over for its paths.
+ValueSlots Field_Values(const StoredField& stored);
+
 const char* State_Name(ImageState state);
 
 // Finds out what the bytes are.

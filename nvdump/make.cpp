@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 
 #include "nvdump/apply.h"
@@ -23,8 +24,7 @@ void CheckOutput(const Options& options) {
   throw Failure(options.output + " exists; --force replaces it");
 }
 
-void Write(const Options& options, const std::vector<std::uint8_t>& bytes) {
-  const std::string content(bytes.begin(), bytes.end());
+void Write(const Options& options, const std::string& content) {
   if (File_Replace(options.output.c_str(), content) == 0) return;
   throw Failure(options.output + ": " + std::strerror(errno));
 }
@@ -71,6 +71,25 @@ std::string ChangeText(const ParameterChange& change, bool shows_secrets) {
   return text + (remark != nullptr ? std::string(" (") + remark + ")" : "") + "\n";
 }
 
+// A copy of a configuration in a folder of its own, where it is changed and saved as the daemon
+// does with its own.
+struct WorkingCopy {
+  std::string folder = std::filesystem::temp_directory_path() / "nvdump.XXXXXX";
+  std::string path;
+
+  explicit WorkingCopy(const std::string& content) {
+    if (mkdtemp(folder.data()) == nullptr) throw Failure(folder + ": " + std::strerror(errno));
+    path = folder + "/device.conf";
+    if (File_Replace(path.c_str(), content) != 0) throw Failure(path + ": " + std::strerror(errno));
+  }
+  ~WorkingCopy() {
+    std::error_code ignored;  // there is nobody to tell
+    std::filesystem::remove_all(folder, ignored);
+  }
+  WorkingCopy(const WorkingCopy&) = delete;
+  WorkingCopy& operator=(const WorkingCopy&) = delete;
+};
+
 }  // namespace
 
 int Build(const Options& options, std::string& /*out*/) {
@@ -88,7 +107,7 @@ int Build(const Options& options, std::string& /*out*/) {
     throw Failure(Format("the image has %zu bytes", image.bytes.size()));
   }
   image.bytes.resize(std::max(options.size, image.bytes.size()), 0xFF);
-  Write(options, image.bytes);
+  Write(options, {image.bytes.begin(), image.bytes.end()});
   return exit_fine;
 }
 
@@ -100,20 +119,22 @@ int Extract(const Options& options, std::string& out) {
     Say(image.name + ": " + State_Name(image.state) + ": a start takes nothing from it");
     return exit_finds;
   }
-  const ConfigFile config = Source_OpenConfig(options.config);
-  const std::vector<ParameterChange> changes = Apply(image, config, options.templates);
   if (options.output.empty()) {
+    const ConfigFile config = Source_OpenConfig(options.config);
+    const std::vector<ParameterChange> changes = Apply(image, config, options.templates);
     for (const ParameterChange& change : changes) out += ChangeText(change, options.secrets);
     return changes.empty() ? exit_fine : exit_finds;
   }
-  if (cfg_save_file(config.handle.get(), options.output.c_str()) == 0) return exit_fine;
-  throw Failure(options.output + ": " + std::strerror(errno));
+  const WorkingCopy copy(Source_Read(options.config));
+  (void)Apply(image, Source_OpenConfig(copy.path), options.templates, copy.path);
+  Write(options, Source_Read(copy.path));
+  return exit_fine;
 }
 
 int Dump(const Options& options, std::string& /*out*/) {
   CheckOutput(options);
   const Image image = Source_Open(options, options.operands);
-  Write(options, image.bytes);
+  Write(options, {image.bytes.begin(), image.bytes.end()});
   if (image.state == ImageState::filled) Say(options.output + " holds the passwords as they are");
   return exit_fine;
 }

@@ -108,21 +108,19 @@ std::string TextFault(const StoredField& stored) {
   return {};
 }
 
-// What a restore hands over of a text that is none.
-bool HandsOverUtf8(const StoredField& stored) {
-  ValueSlots slots{};
-  SectionRecord record = stored.section->record;
-  const auto& [key, format, paths] = *stored.field;
-  if (record.type == SectionType::identification) return IsUtf8(Field_Text(Field_Bytes(stored)));
-  (void)Param_SectionToConfig(record, slots, key, stored.offset, format);
-  return std::ranges::all_of(slots, [](const ValueSlot& slot) { return IsUtf8(Slot_Text(slot)); });
+// A text that is handed over as it stands; an account is bytes, which are handed over as base64.
+bool IsReadable(const StoredField& stored) {
+  if (IsUtf8(Field_Text(Field_Bytes(stored)))) return true;
+  const ValueSlots slots = Field_Values(stored);
+  return stored.section->position > 0 &&
+         std::ranges::all_of(slots, [](const ValueSlot& slot) { return IsUtf8(Slot_Text(slot)); });
 }
 
 std::string ContentFault(const StoredField& stored) {
   const auto& [key, format, paths] = *stored.field;
   if (format.kind == MAP_TEXT) {
     const std::string fault = TextFault(stored);
-    return fault.empty() && !HandsOverUtf8(stored) ? "no UTF-8" : fault;
+    return fault.empty() && !IsReadable(stored) ? "no UTF-8" : fault;
   }
   if (stored.section->record.type == SectionType::identification) return {};
   const std::int32_t number = Field_Signed(Field_Bytes(stored));
