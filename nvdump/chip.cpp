@@ -98,7 +98,7 @@ constexpr I2cAdapter reader = {.name = "reader",
 void CheckSilence() {
   if (reading.silent == SIZE_MAX) return;
   throw Failure(
-      Format("address 0x%04zx stays silent: %s", reading.silent, std::strerror(reading.error)));
+      Format("read: address %04zx stays silent: %s", reading.silent, std::strerror(reading.error)));
 }
 
 struct Range {
@@ -146,7 +146,7 @@ void ReadUntilTrue(int fd, Range range, std::vector<std::uint8_t> before) {
     before = now;
     Host_SleepMicroseconds((static_cast<unsigned>(range.size) + 4) * write_us_per_byte);
   }
-  throw Failure(Format("address 0x%04x changes faster than it can be read", range.address));
+  throw Failure(Format("read: address %04x changes faster than it can be read", range.address));
 }
 
 void ReadBesideDaemon(int fd) {
@@ -163,7 +163,7 @@ void ReadBesideDaemon(int fd) {
 
 void Chip_Read(const std::string& device, bool anyway, Image& image) {
   const int fd = I2c_OpenToRead(device.c_str());
-  if (fd < 0) throw Failure(std::strerror(errno));
+  if (fd < 0) throw Failure(std::string("open: ") + std::strerror(errno));
   const bool is_shared = I2c_IsLocked(fd);
   image.adapter = I2c_AdapterName();
   reading = Reading();

@@ -11,10 +11,11 @@
 namespace {
 
 struct Difference {
-  std::string where;  // the parameter's path, or address, section and key
-  std::string before;
+  std::string where;   // the parameter's path, or address, section and key
+  std::string before;  // empty: there is none
   std::string after;
   bool is_secret = false;
+  const char* separator = ": ";
 };
 
 const StoredParameter* Find(const std::vector<StoredParameter>& parameters,
@@ -29,7 +30,7 @@ void CompareParameter(const StoredParameter* a, const StoredParameter* b,
   const std::string after = b == nullptr ? "" : b->value;
   if (before == after) return;
   const bool is_secret = (a != nullptr && a->is_secret) || (b != nullptr && b->is_secret);
-  differences.push_back({a != nullptr ? a->path : b->path, before, after, is_secret});
+  differences.push_back({a != nullptr ? a->path : b->path, before, after, is_secret, "="});
 }
 
 std::vector<Difference> CompareParameters(const Image& image_a, const Image& image_b) {
@@ -58,13 +59,13 @@ bool IsTime(const StoredField& stored) {
 
 void CompareHeaders(const Image& a, const Image& b, std::vector<Difference>& differences) {
   const auto header = [](const Image& image, std::size_t position) -> std::string {
-    if (position >= image.sections.size()) return "not there";
+    if (position >= image.sections.size()) return {};
     return Hex(Image_Bytes(image, image.sections[position].record.address, SECTION_HEADER_SIZE));
   };
   for (std::size_t i = 0; i < std::max(a.sections.size(), b.sections.size()); ++i) {
     const Image& has_it = i < a.sections.size() ? a : b;
     const std::string where =
-        Format("%04x: %s: header", has_it.sections[i].record.address, SectionName_At(i).c_str());
+        Format("%04x: %s header", has_it.sections[i].record.address, SectionName_At(i).c_str());
     if (header(a, i) != header(b, i)) differences.push_back({where, header(a, i), header(b, i)});
   }
 }
@@ -84,7 +85,7 @@ std::vector<Difference> CompareBytes(const Image& a, const Image& b,
     const auto after = Image_Bytes(b, in_b->address, size);
     if (before == after) continue;
     const std::string where =
-        Format("%04x: %s: %s", in_a.address, SectionName_At(in_a.section->position).c_str(),
+        Format("%04x: %s %s", in_a.address, SectionName_At(in_a.section->position).c_str(),
                std::string(in_a.field->key).c_str());
     differences.push_back(
         {where, HexRuns(before), HexRuns(after), in_a.is_secret || in_b->is_secret});
@@ -93,19 +94,23 @@ std::vector<Difference> CompareBytes(const Image& a, const Image& b,
 }
 
 std::string DifferenceText(const Difference& difference, bool shows_secrets) {
-  const auto& [where, before, after, is_secret] = difference;
-  if (is_secret && !shows_secrets) return where + ": changed\n";
-  return where + ": " + Painted(Colour::red, Escaped(before)) + " -> " +
-         Painted(Colour::green, Escaped(after)) + "\n";
+  const auto& [where, before, after, is_secret, separator] = difference;
+  if (is_secret && !shows_secrets) return where + separator + "changed\n";
+  const auto shown = [](const std::string& text) {
+    return text.empty() ? "(none)" : Escaped(text);
+  };
+  return where + separator + Painted(Colour::red, shown(before)) + " -> " +
+         Painted(Colour::green, shown(after)) + "\n";
 }
 
 Json DifferencesJson(const std::vector<Difference>& differences, bool shows_secrets) {
   Json json = Json::array();
-  for (const auto& [where, before, after, is_secret] : differences) {
-    const bool is_hidden = is_secret && !shows_secrets;
-    json.push_back({{"where", where},
-                    {"old", is_hidden ? hidden : before},
-                    {"new", is_hidden ? hidden : after}});
+  for (const auto& [where, before, after, is_secret, separator] : differences) {
+    const auto shown = [&, hides = is_secret && !shows_secrets](const std::string& text) -> Json {
+      if (text.empty()) return nullptr;
+      return hides ? hidden : text;
+    };
+    json.push_back({{"where", where}, {"old", shown(before)}, {"new", shown(after)}});
   }
   return json;
 }

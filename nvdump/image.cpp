@@ -23,7 +23,8 @@ ImageState StateOf(const Image& image) {
   return is_erased ? ImageState::blank : ImageState::unfinished;
 }
 
-// As far as the table has sections and one more, which shows that the chain goes on.
+// As far as the table has sections and one more, which shows that the chain goes on; what lies
+// outside of the bytes is no section.
 void ReadSections(Image& image) {
   ChainWalk walk;
   do {
@@ -33,7 +34,8 @@ void ReadSections(Image& image) {
     section.is_readable = EEprom_ReadSection(on_memory, section.record) == 0;
     image.sections.push_back(std::move(section));
     image.end = Chain_Advance(walk, image.sections.back().record.next_address);
-  } while (image.end == ChainStep::next && walk.position <= chain_sections);
+  } while (image.end == ChainStep::next && walk.position <= chain_sections &&
+           walk.address < image.bytes.size());
 }
 
 // Whether the bytes hold a password in an image whose sections lie in their places.

@@ -26,7 +26,7 @@ void CheckOutput(const Options& options) {
 
 void Write(const Options& options, const std::string& content) {
   if (File_Replace(options.output.c_str(), content) == 0) return;
-  throw Failure(options.output + ": " + std::strerror(errno));
+  throw Failure(options.output + ": write: " + std::strerror(errno));
 }
 
 // The time that the image tells; a build that is to be the same again names it.
@@ -64,9 +64,9 @@ std::vector<std::string> LossesOf(const ConfigFile& config, const Image& image,
 
 std::string ChangeText(const ParameterChange& change, bool shows_secrets) {
   const auto& [path, before, after, remark] = change;
-  if (!shows_secrets && IsSecretPath(path)) return path + ": changed\n";
+  if (!shows_secrets && IsSecretPath(path)) return path + "=changed\n";
   std::string text = Painted(Colour::cyan, path) + "=";
-  text += before ? Painted(Colour::red, Escaped(*before)) : "(missing)";
+  text += before ? Painted(Colour::red, Escaped(*before)) : "(none)";
   text += " -> " + Painted(Colour::green, Escaped(after));
   return text + (remark != nullptr ? std::string(" (") + remark + ")" : "") + "\n";
 }
@@ -80,7 +80,8 @@ struct WorkingCopy {
   explicit WorkingCopy(const std::string& content) {
     if (mkdtemp(folder.data()) == nullptr) throw Failure(folder + ": " + std::strerror(errno));
     path = folder + "/device.conf";
-    if (File_Replace(path.c_str(), content) != 0) throw Failure(path + ": " + std::strerror(errno));
+    if (File_Replace(path.c_str(), content) != 0)
+      throw Failure(path + ": write: " + std::strerror(errno));
   }
   ~WorkingCopy() {
     std::error_code ignored;  // there is nobody to tell

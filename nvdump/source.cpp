@@ -60,7 +60,7 @@ bool Source_IsName(const std::string& operand) {
 std::string Source_Read(const std::string& path) {
   std::string content;
   if (File_Read(path == "-" ? "/dev/stdin" : path.c_str(), content) == 0) return content;
-  throw Failure(path + ": " + std::strerror(errno));
+  throw Failure(path + ": read: " + std::strerror(errno));
 }
 
 ConfigFile Source_OpenConfig(const std::string& path) {

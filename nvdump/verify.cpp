@@ -71,7 +71,8 @@ bool FollowLink(const Image& image, const StoredSection& section, Findings& find
   if (next == 0) return AddEnd(findings, section, "next address 0", position), false;
   const std::string link = Format("next address %04x ", next);
   if (position >= image.sections.size()) {
-    return AddEnd(findings, section, link + "leads back", position), false;
+    const char* where = image.end == ChainStep::loop ? "leads back" : "leads out of the image";
+    return AddEnd(findings, section, link + where, position), false;
   }
   if (IsLost(image.sections[position])) {
     return AddEnd(findings, section, link + "leads to no section", position), false;
@@ -206,8 +207,8 @@ const char* StateFault(ImageState state) {
 }
 
 std::string ComplaintText(const Complaint& finding) {
-  std::string place = finding.address ? Format("%04x", *finding.address) : "----";
-  place += ": " + finding.section + " " + finding.key + ": ";
+  std::string place = finding.address ? Format("%04x: ", *finding.address) : "----: ";
+  if (!finding.section.empty()) place += finding.section + " " + finding.key + ": ";
   return place + Painted(Colour::red, Escaped(finding.what)) + "\n";
 }
 
