@@ -43,6 +43,16 @@ const char* RemarkOn(StoredValue judgement) {
   return nullptr;
 }
 
+// Notes a value that stays out, once for each parameter.
+bool IsPut(ParameterChange change, StoredValue judgement, std::vector<ParameterChange>& stays_out) {
+  change.remark = RemarkOn(judgement);
+  if (change.remark == nullptr) return true;
+  if (std::ranges::find(stays_out, change.path, &ParameterChange::path) == stays_out.end()) {
+    stays_out.push_back(std::move(change));
+  }
+  return false;
+}
+
 // An error is told at the end: nothing may be thrown through the daemon's functions.
 void Save(const ConfigFile& config, const std::string& path, int& error) {
   if (path.empty() || error != 0) return;
@@ -76,33 +86,25 @@ std::vector<ConfigParameter> Config_Parameters(cfg_node* root) {
 std::vector<ParameterChange> Apply(const Image& image, const ConfigFile& config,
                                    const std::string& templates, const std::string& path) {
   cfg_node* root = config.root;
-  std::vector<ParameterChange> stays_out;
   int error = 0;
-  Restore restore = {
-      .root = root,
-      .add_instance =
-          [&](const ListKind& list, const char* needed) {
-            if (List_AddInstance(list, templates.c_str(), root, needed)) Save(config, path, error);
-          },
-      .may_put =
-          [&](const SectionRecord& record, const char* name, const ValueSlot& current,
-              const ValueSlot& stored) {
-            const char* remark = RemarkOn(Restore_Judge(root, record, name, stored));
-            if (remark == nullptr) return true;
-            if (std::ranges::find(stays_out, name, &ParameterChange::path) == stays_out.end()) {
-              stays_out.push_back({name, current.data(), stored.data(), remark});
-            }
-            return false;
-          },
+  std::vector<ParameterChange> stays_out;
+  Restore restore = {.root = root, .add_instance = nullptr, .may_put = nullptr};
+  restore.add_instance = [&](const ListKind& list, const char* needed) {
+    if (List_AddInstance(list, templates.c_str(), root, needed)) Save(config, path, error);
+  };
+  restore.may_put = [&](const SectionRecord& record, const char* name, const ValueSlot& current,
+                        const ValueSlot& stored) {
+    return IsPut({name, current.data(), stored.data()}, Restore_Judge(root, record, name, stored),
+                 stays_out);
   };
   const std::vector<ConfigParameter> before = Config_Parameters(root);
   RestoreSections(image, restore);
   if (restore.changed) Save(config, path, error);
   Image_Fit(image);
-  if (Nv_CheckIdentification(0, Slot_Text(product_number)) == identification_mismatch) {
-    if (Config_ClampStreams(root, nullptr)) Save(config, path, error);
-  }
-  if (error != 0) throw Failure(path + ": " + std::strerror(error));
+  const int whose = Nv_CheckIdentification(0, Slot_Text(product_number));
+  const bool is_clamped = whose == identification_mismatch && Config_ClampStreams(root, nullptr);
+  if (is_clamped) Save(config, path, error);
+  if (error != 0) throw Failure(path + ": write: " + std::strerror(error));
   std::vector<ParameterChange> changes = Differences(before, Config_Parameters(root));
   std::ranges::move(stays_out, std::back_inserter(changes));
   return changes;

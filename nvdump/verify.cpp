@@ -74,8 +74,12 @@ bool FollowLink(const Image& image, const StoredSection& section, Findings& find
     const char* where = image.end == ChainStep::loop ? "leads back" : "leads out of the image";
     return AddEnd(findings, section, link + where, position), false;
   }
-  if (IsLost(image.sections[position])) {
-    return AddEnd(findings, section, link + "leads to no section", position), false;
+  const SectionType following = image.sections[position].record.type;
+  if (following != Map_At(position).type) {
+    const std::string what = Section_PayloadSize(following) == 0
+                                 ? "leads to no section"
+                                 : Format("leads to type %u", static_cast<unsigned>(following));
+    return AddEnd(findings, section, link + what, position), false;
   }
   Add(findings, section, link + Format("where %04x belongs", ExpectedNext(section)));
   return true;
