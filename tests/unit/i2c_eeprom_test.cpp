@@ -5,205 +5,135 @@
 #include <gtest/gtest.h>
 
 #include "sections/section.h"
-#include "tests/fakes/fake_chip.h"
-#include "tests/fakes/fake_machine.h"
+#include "tests/fakes/emulated_camera.h"
 
 namespace {
 
 constexpr int fd = 7;
+constexpr int big = 7;  // any swap flag other than 0
 
-BusEvent Chip(std::uint8_t address) { return Request(0x0706, address); }
-BusEvent Width(std::uint8_t two_bytes) { return Request(0x070A, two_bytes); }
-BusEvent Cycle() { return Wait(10000); }
-
-struct WriteCase {
-  const char* what;
-  std::function<int()> call;
-  BusEvents events;
-};
+std::string TrafficOf(const std::function<void()>& action) {
+  camera.bus.clear();
+  camera.records = true;
+  action();
+  camera.records = false;
+  return camera.bus;
+}
 
 TEST(I2cEeprom, SendsExactlyTheseTransfers) {
   static constexpr std::array<std::uint8_t, 3> raw = {1, 2, 3};
-  const std::vector<WriteCase> cases = {
-      {"byte",
-       [] { return EEprom_WriteByte(fd, 0x1234, 0xAB); },
-       {Chip(0xA0), Width(0), Write({0x34, 0x12, 0xAB}), Cycle()}},
-      {"big-endian word",
-       [] { return EEprom_WriteWord(fd, 0x1234, 0x11225678, 6); },
-       {Chip(0xA0), Width(1), Write({0x34, 0x12, 0x78, 0x56}), Cycle()}},
-      {"little-endian word",
-       [] { return EEprom_WriteWord(fd, 0x1234, 0x5678, 0); },
-       {Chip(0xA0), Width(1), Write({0x34, 0x12, 0x56, 0x78}), Cycle()}},
-      {"word across a page",
-       [] { return EEprom_WriteWord(fd, 0x12FF, 0x5678, 7); },
-       {Chip(0xA0), Width(0), Write({0xFF, 0x12, 0x56}), Cycle(), Write({0x00, 0x13, 0x78}),
-        Cycle()}},
-      {"big-endian dword",
-       [] { return EEprom_WriteDword(fd, 0x10, 0x01020304, 7); },
-       {Chip(0xA0), Width(1), Write({0x10, 0, 2, 1}), Cycle(), Width(1), Write({0x12, 0, 4, 3}),
-        Cycle()}},
-      {"little-endian dword, second pair across a page",
-       [] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, 0); },
-       {Chip(0xA0), Width(1), Write({0xFD, 0, 3, 4}), Cycle(), Width(0), Write({0xFF, 0, 2}),
-        Cycle(), Write({0, 1, 1}), Cycle()}},
-      {"raw of 3",
-       [] { return EEprom_WriteRaw(fd, 0x20, raw); },
-       {Chip(0xA0), Width(1), Write({0x20, 0, 2, 1}), Cycle(), Width(0), Write({0x22, 0, 3}),
-        Cycle()}},
-      {"raw of nothing", [] { return EEprom_WriteRaw(fd, 0x20, {}); }, {Chip(0xA0)}},
-      {"big-endian value of 3",
-       [] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, 4); },
-       {Chip(0xA0), Width(1), Write({0x20, 0, 2, 1}), Cycle(), Width(0), Write({0x22, 0, 3}),
-        Cycle()}},
-      {"little-endian value of 3",
-       [] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, 0); },
-       {Chip(0xA0), Width(1), Write({0x20, 0, 2, 3}), Cycle(), Width(0), Write({0x22, 0, 1}),
-        Cycle()}},
-      {"value of 1",
-       [] { return EEprom_WriteValue(fd, 0x20, 0x0102, 1, 3); },
-       {Chip(0xA0), Width(0), Write({0x20, 0, 2}), Cycle()}},
-      {"value of 0", [] { return EEprom_WriteValue(fd, 0x20, 1, 0, 0); }, {Chip(0xA0)}},
-      {"third block of the first chip",
-       [] { return EEprom_WriteByte(fd, 0x20001, 9); },
-       {Chip(0xA4), Width(0), Write({1, 0, 9}), Cycle()}},
-      {"second chip",
-       [] { return EEprom_WriteByte(fd, 0x70001, 9); },
-       {Chip(0xAE), Width(0), Write({1, 0, 9}), Cycle()}},
-      {"a split does not choose the chip again",
-       [] { return EEprom_WriteWord(fd, 0xFFFF, 0x0201, 0); },
-       {Chip(0xA0), Width(0), Write({0xFF, 0xFF, 1}), Cycle(), Write({0, 0, 2}), Cycle()}},
+  struct Case {
+    std::function<int()> call;
+    const char* traffic;
   };
-  for (const WriteCase& each : cases) {
-    SCOPED_TRACE(each.what);
-    FitFakeChip();
-    EXPECT_EQ(0, each.call());
-    EXPECT_EQ(each.events, chip.events);
+  const std::vector<Case> cases = {
+      {[] { return EEprom_WriteByte(fd, 0x1234, 0xAB); }, "0706=A0 070A=0 [34 12 AB] wait=10000 "},
+      {[] { return EEprom_WriteWord(fd, 0x1234, 0x11225678, big); },
+       "0706=A0 070A=1 [34 12 78 56] wait=10000 "},
+      {[] { return EEprom_WriteWord(fd, 0x1234, 0x5678, 0); },
+       "0706=A0 070A=1 [34 12 56 78] wait=10000 "},
+      {[] { return EEprom_WriteDword(fd, 0x10, 0x01020304, big); },
+       "0706=A0 070A=1 [10 00 02 01] wait=10000 070A=1 [12 00 04 03] wait=10000 "},
+      // A pair across a page goes out byte by byte.
+      {[] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, 0); },
+       "0706=A0 070A=1 [FD 00 03 04] wait=10000 "
+       "070A=0 [FF 00 02] wait=10000 [00 01 01] wait=10000 "},
+      {[] { return EEprom_WriteRaw(fd, 0x20, raw); },
+       "0706=A0 070A=1 [20 00 02 01] wait=10000 070A=0 [22 00 03] wait=10000 "},
+      {[] { return EEprom_WriteRaw(fd, 0x20, {}); }, "0706=A0 "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, big); },
+       "0706=A0 070A=1 [20 00 02 01] wait=10000 070A=0 [22 00 03] wait=10000 "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, 0); },
+       "0706=A0 070A=1 [20 00 02 03] wait=10000 070A=0 [22 00 01] wait=10000 "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 1, 0, 0); }, "0706=A0 "},
+      // The blocks of both chips; a split does not choose the block again.
+      {[] { return EEprom_WriteByte(fd, 0x20001, 9); }, "0706=A4 070A=0 [01 00 09] wait=10000 "},
+      {[] { return EEprom_WriteByte(fd, 0x40001, 9); }, "0706=A8 070A=0 [01 00 09] wait=10000 "},
+      {[] { return EEprom_WriteByte(fd, 0x70001, 9); }, "0706=AE 070A=0 [01 00 09] wait=10000 "},
+      {[] { return EEprom_WriteWord(fd, 0x3FFFF, 0x0201, 0); },
+       "0706=A6 070A=0 [FF FF 01] wait=10000 [00 00 02] wait=10000 "},
+  };
+  for (const Case& each : cases) {
+    FitCamera();
+    EXPECT_EQ(each.traffic, TrafficOf([&] { EXPECT_EQ(0, each.call()); }));
   }
 }
 
 TEST(I2cEeprom, StopsAtTheFirstRefusedTransfer) {
-  FitFakeChip();
-  chip.refuse_write = 1;
-  EXPECT_EQ("I2C_WRITE error!\n",
-            OutputOf([] { EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x00FF, 0x1122, 7)); }));
-  EXPECT_EQ((BusEvents{Chip(0xA0), Width(0), Write({0xFF, 0, 0x11}), Cycle(), Write({0, 1, 0x22})}),
-            chip.events);
-  FitFakeChip();
-  chip.refuse_write = 0;
-  EXPECT_EQ("I2C_WRITE error!\n",
-            OutputOf([] { EXPECT_EQ(-1, EEprom_WriteDword(fd, 0x10, 1, 7)); }));
-  EXPECT_EQ(1, chip.writes);
+  for (const unsigned refused : {0U, 1U}) {
+    FitCamera();
+    camera.refuse_write = refused;
+    EXPECT_EQ("I2C_WRITE error!\n",
+              OutputOf([] { EXPECT_EQ(-1, EEprom_WriteDword(fd, 0x00FF, 0x11223344, big)); }));
+    EXPECT_EQ(refused + 1, camera.writes.size());
+  }
 }
 
 TEST(I2cEeprom, ReadsByteByByte) {
-  FitFakeChip();
-  const std::array<std::uint8_t, 6> stored = {0x53, 0x50, 0x52, 0x4B, 0x77, 0x88};
-  std::copy(stored.begin(), stored.end(), chip.bytes.begin() + 0x1FE);
-  EXPECT_EQ(0, EEprom_SelectByteWidth(fd));
+  FitCamera();
+  Store(0x1FE, "SPRKwx");
   const auto read = [](int count, std::uint32_t start = 0) {
-    std::uint32_t value = start;
-    EEprom_Read(fd, 0x1FE, value, count);
-    return value;
+    EEprom_Read(fd, 0x1FE, start, count);
+    return start;
   };
   EXPECT_EQ(0x53U, read(1));
   EXPECT_EQ(0x5350U, read(2));
-  EXPECT_EQ(0x525053U, read(3));
+  EXPECT_EQ(0x525053U, read(3)) << "gathered, not converted";
   EXPECT_EQ(0x5350524BU, read(4));
-  EXPECT_EQ(0x4B525053U, read(6)) << "gathered, not converted";
+  EXPECT_EQ(0x4B525053U, read(6));
   EXPECT_EQ(0x80000053U, read(1, 0x80000000)) << "ORed into what was there";
-  chip.events.clear();
-  (void)read(2);
-  EXPECT_EQ((BusEvents{Chip(0xA1), Read({0xFE, 1}), Read({0xFF, 1})}), chip.events);
+  EXPECT_EQ("0706=A1 (FE 01) (FF 01) ", TrafficOf([&] { (void)read(2); }));
+  std::array<std::uint8_t, 2> bytes;
+  EXPECT_EQ("0706=A3 (FF FF) 0706=A5 (00 00) ",
+            TrafficOf([&] { EEprom_ReadBytes(fd, 0x1FFFF, bytes); }));
+  camera.absent = true;
+  EXPECT_EQ(0xFEFFU, read(2)) << "the low address bytes";
 }
 
-TEST(Section, WritesTheIdentificationByteForByte) {
-  FitFakeChip();
-  SectionRecord record;
-  record.type = identification_type;
-  ASSERT_TRUE(Section_Prepare(record));
-  Field_SetText(Section_Field(record, 0, 32), "ABC");
-  Field_SetNumber(Section_Field(record, 32, 4), 0x01020304);
-  EXPECT_EQ("id=ABC,time=16909060\n",
-            OutputOf([&] { EXPECT_EQ(0, EEprom_WriteSection(fd, record)); }));
-  EXPECT_EQ(45U, record.address);
-  const std::string expected =
-      std::string("SPRK\1\0\0\0\x2D", 9) + "ABC" + std::string(29, '\0') + "\1\2\3\4";
-  EXPECT_EQ(expected, chip.Text(0, 45));
-  // Header: a dword of two transfers, a byte, a dword that starts at an odd address; 8 text pieces
-  // of two transfers; a dword.
-  EXPECT_EQ(2 + 1 + 2 + 16 + 2, chip.writes);
-  EXPECT_EQ((BusEvents{Chip(0xA0), Width(1), Write({0, 0, 'P', 'S'}), Cycle(), Width(1),
-                       Write({2, 0, 'K', 'R'}), Cycle(), Chip(0xA0), Width(0), Write({4, 0, 1})}),
-            BusEvents(chip.events.begin(), chip.events.begin() + 10));
-}
-
-TEST(Section, RoundTripsEveryTypeThroughTheChip) {
-  const std::map<std::uint32_t, std::uint32_t> sizes = {{1, 203}, {2, 334},  {3, 815}, {4, 1451},
-                                                        {5, 663}, {6, 660},  {7, 658}, {8, 1350},
-                                                        {9, 723}, {10, 1122}};
-  for (const auto& [type, size] : sizes) {
-    SCOPED_TRACE(type);
-    FitFakeChip();
-    chip.records = false;
+TEST(Section, RoundTripsThroughTheChip) {
+  for (const std::uint32_t type : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 10U, identification_type}) {
+    FitCamera();
     SectionRecord written;
     written.type = type;
     written.address = 0x1F3;
     ASSERT_TRUE(Section_Prepare(written));
-    for (std::size_t i = 0; i < written.data.size(); ++i) {
-      written.data[i] = static_cast<std::uint8_t>(i * 7 + type);
-    }
-    EXPECT_EQ(0, EEprom_WriteSection(fd, written));
-    EXPECT_EQ(0x1F3 + size, written.address);
-    EXPECT_EQ(0xFF, chip.bytes[written.address]) << "nothing behind the section";
+    const std::uint32_t end = written.next_address;
+    std::uint8_t number = 0;
+    for (std::uint8_t& byte : written.data) byte = ++number;
+    EXPECT_EQ("499+" + std::to_string(end - 0x1F3), WrittenBy([&] {
+                (void)OutputOf([&] { EXPECT_EQ(0, EEprom_WriteSection(fd, written)); });
+              }));
+    EXPECT_EQ(end, written.address);
     SectionRecord read;
     read.address = 0x1F3;
     EXPECT_EQ(0, EEprom_ReadSection(fd, read));
     EXPECT_EQ(type, read.type);
-    EXPECT_EQ(0x1F3 + size, read.next_address);
+    EXPECT_EQ(end, read.next_address);
     EXPECT_EQ(written.data, read.data);
   }
 }
 
-TEST(Section, StoresNumbersBigEndian) {
-  FitFakeChip();
-  SectionRecord record;
-  record.type = 8;
-  ASSERT_TRUE(Section_Prepare(record));
-  Field_SetNumber(Section_Field(record, 33, 2), 1920);
-  Field_SetNumber(Section_Field(record, 43, 4), 4000000);
-  EXPECT_EQ(0, EEprom_WriteSection(fd, record));
-  EXPECT_EQ("\x07\x80", chip.Text(9 + 33, 2));
-  EXPECT_EQ(std::string("\x00\x3D\x09\x00", 4), chip.Text(9 + 43, 4));
-}
-
 TEST(Section, ReportsWhatItDoesNotKnow) {
-  FitFakeChip();
+  FitCamera();
   SectionRecord record;
   record.type = 11;
   record.address = 100;
   EXPECT_EQ("EEprom_WriteSection: Unknown section type 11.\n",
             OutputOf([&] { EXPECT_EQ(0, EEprom_WriteSection(fd, record)); }));
   EXPECT_EQ(100U, record.address);
-  EXPECT_EQ(std::string("\0\0\0\x0B\0\0\0\0\0\xFF", 10), chip.Text(100, 10))
-      << "the header is there";
+  EXPECT_EQ(std::string("\0\0\0\x0B\0\0\0\0\0\xFF", 10), Stored(100, 10)) << "the header is there";
 
-  SectionRecord erased;
-  erased.address = 0x4000;
-  EXPECT_EQ("EEprom_ReadSection: Unknown section type -1.\n",
-            OutputOf([&] { EXPECT_EQ(-1, EEprom_ReadSection(fd, erased)); }));
-
-  for (const std::uint32_t type : {3U, identification_type}) {
-    SectionRecord section;
-    section.type = type;
-    ASSERT_TRUE(Section_Prepare(section));
-    section.version = 0x102;
-    (void)OutputOf([&] { (void)EEprom_WriteSection(fd, section); });
-    SectionRecord read;
-    const bool silent = type == identification_type;
-    EXPECT_EQ(silent ? "" : "Unsupported data version 2, section type 3\n",
-              OutputOf([&] { EXPECT_EQ(-1, EEprom_ReadSection(fd, read)); }));
-    EXPECT_TRUE(read.data.empty());
-  }
+  const auto read = [&](std::string_view header) {
+    Store(0, header);
+    return OutputOf([&] { EXPECT_EQ(-1, EEprom_ReadSection(fd, record = SectionRecord())); });
+  };
+  using namespace std::string_view_literals;
+  EXPECT_EQ("EEprom_ReadSection: Unknown section type -1.\n", read("\xFF\xFF\xFF\xFF\1\0\0\0\0"sv));
+  EXPECT_EQ("Unsupported data version 2, section type 3\n", read("\0\0\0\3\2\0\0\0\0"sv));
+  EXPECT_EQ("", read("SPRK\2\0\0\0\x2D"sv)) << "of another version without a word";
+  camera.width_answer = -1;
+  EXPECT_EQ("", read("SPRK\1\0\0\0\x2D"sv)) << "on a bus that refuses the width";
+  EXPECT_TRUE(record.data.empty());
 }
 
 }  // namespace

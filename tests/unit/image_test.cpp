@@ -1,264 +1,333 @@
 // SPDX-License-Identifier: MIT
-// Whole images: whose it is, filling it, restoring from it, chains that lie.
+// Whole images: whose it is, filling it, restoring from it, chains that lie, power that fails.
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
 
 #include "config/section_list.h"
 #include "config/store.h"
+#include "daemon/reset_button.h"
 #include "eeprom/backup.h"
 #include "eeprom/i2c_eeprom.h"
 #include "eeprom/identification.h"
 #include "eeprom/restore.h"
-#include "param/section_map.h"
-#include "sections/section.h"
-#include "tests/fakes/fake_chip.h"
-#include "tests/fakes/fake_machine.h"
+#include "tests/fakes/emulated_camera.h"
 
 namespace {
 
-const std::vector<std::pair<std::uint32_t, std::uint32_t>> chain = {  // address, type
-    {0, identification_type},
-    {45, 1},
-    {248, 2},
-    {582, 3},
-    {1397, 4},
-    {2848, 5},
-    {3511, 6},
-    {4171, 7},
-    {4829, 8},
-    {6179, 8},
-    {7529, 8},
-    {8879, 8},
-    {10229, 9},
-    {10952, 10}};
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+using Actions = std::vector<std::string>;
 
-const std::map<std::string, std::string> small_camera = {
-    {"General.System.HTTPPort", "80"},
+const Parameters small_camera = {
+    {"General.Brand.ProdNbr", "CAM-1"},
+    {"General.Network.eth0.DNSServer1", ""},
     {"General.Network.eth0.IPAddress", "192.0.2.7"},
-    {"General.Time.TimeZone", "GMT 08:00/Asia/Taipei"},
+    {"General.System.HTTPPort", "80"},
     {"General.Time.SyncSource", "NTP"},
     {"General.UserID.Admin", "YWRtaW46c2VjcmV0"},
+    {"ImageSource.I0.Config.CaptureMode", "1280x720@30"},
+    {"ImageSource.I0.LensControl.FocusPos", "-3"},
     {"ImageSource.I0.LensControl.ZoomPos", "120"},
     {"StreamProfile.I0.Video.Resolution", "1280x720"},
-    {"ImageSource.I0.Config.CaptureMode", "1280x720@30"},
+    {"StreamProfile.I3.Video.FPS", "30"},
+    {"StreamProfile.I3.Video.Resolution", "1280x720"},
 };
 
-std::uint32_t ReadNumber(std::uint32_t address, int count) {
-  std::uint32_t value = 0;
-  (void)EEprom_SelectByteWidth(eeprom_handle);
-  EEprom_Read(eeprom_handle, address, value, count);
-  return value;
+bool Contains(const std::string& text, std::string_view part) {
+  return text.find(part) != std::string_view::npos;
 }
 
-void FillImage() {
-  (void)OutputOf([] { ASSERT_EQ(0, Nv_InitEEprom()); });
+int Start() {
+  int found = -1;
+  camera.actions.clear();
+  (void)OutputOf([&] { found = StartDaemon(); });
+  return found;
 }
 
 std::string ReadBack() {
+  camera.actions.clear();
   return OutputOf([] { EXPECT_EQ(0, Nv_ReadBackCheck()); });
 }
 
-bool Contains(const std::string& text, std::string_view part) {
-  return text.find(part) != std::string::npos;
+// A filled EEPROM whose configuration is what comes back from it for good.
+void FitStartedCamera() {
+  FitCamera(small_camera);
+  ASSERT_EQ(identification_empty, Start());
+  ASSERT_EQ(identification_match, Start());
 }
 
-void Put(std::uint32_t address, std::string_view bytes) {
-  std::copy(bytes.begin(), bytes.end(), chip.bytes.begin() + address);
+std::size_t ChainLength() {
+  std::size_t nodes = 0;
+  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
+    ++nodes;
+  }
+  return nodes;
 }
 
-TEST(Image, IsFilledSectionBySectionIdentificationLast) {
-  FitFakeCamera(small_camera);
-  FillImage();
-  for (std::size_t i = 0; i < chain.size(); ++i) {
-    EXPECT_EQ(chain[i].second, ReadNumber(chain[i].first, 4));
-    EXPECT_EQ(1U, ReadNumber(chain[i].first + 4, 1));
-    EXPECT_EQ(i + 1 < chain.size() ? chain[i + 1].first : 0, ReadNumber(chain[i].first + 5, 4));
+// Lines of "ADDRESS NAME BYTES... = VALUE"; "00*12" is a run of equal bytes.
+std::string GoldenBytes() {
+  std::ifstream file(GOLDEN_FOLDER "/factory_image.txt");
+  std::string bytes;
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream words(
+        line.substr(0, line.find(" = ")).substr(std::min<std::size_t>(31, line.size())));
+    for (std::string word; words >> word;) {
+      const int count = word.size() > 2 ? std::stoi(word.substr(3)) : 1;
+      bytes.append(static_cast<std::size_t>(count),
+                   static_cast<char>(std::stoi(word, nullptr, 16)));
+    }
   }
-  EXPECT_EQ(80U, ReadNumber(582 + 9 + 162, 2));
-  EXPECT_EQ(0xFF, chip.bytes[12074]) << "nothing behind the image";
-  EXPECT_EQ(0, machine.saves);
+  return bytes;
+}
 
-  std::uint32_t last_of_chain = 0;
-  std::uint32_t first_of_identification = 0;
-  for (std::uint32_t i = 0; i < chip.events.size(); ++i) {
-    if (chip.events[i].kind != BusEvent::write) continue;
-    const auto& bytes = chip.events[i].bytes;
-    const std::uint32_t address = bytes[0] + 256U * bytes[1];
-    if (address >= 45) last_of_chain = i;
-    if (address == 0) first_of_identification = i;
-  }
-  EXPECT_LT(last_of_chain, first_of_identification);
+TEST(Image, OfTheFactoryConfigurationIsGolden) {
+  FitFactoryCamera();
+  EXPECT_EQ("45+12029 0+45", WrittenBy([] { (void)Start(); })) << "identification last";
+  EXPECT_EQ("\1\2\3\4"sv, Stored(41, 4));
+  const std::string golden = GoldenBytes();
+  EXPECT_EQ(golden.substr(0, 41), Stored(0, 41));
+  EXPECT_TRUE(golden.substr(41) == Stored(45, golden.size() - 41)) << "see tools/update-golden";
+  EXPECT_EQ(0xFF, camera.chip[12074]) << "nothing behind the image";
 }
 
 TEST(Image, WithoutConfigurationStaysAsItIs) {
   for (const char* content : {"", "<root><General>", "no xml", "<other/>"}) {
-    FitFakeCamera();
-    machine.files[device_conf] = content;
-    EXPECT_EQ(-1, Nv_InitEEprom());
-    EXPECT_EQ(-1, Nv_ReadBackCheck());
+    FitCamera();
+    camera.files[device_conf] = content;
     EXPECT_EQ(-1, Nv_LoadProductNumber());
     NsIndex = 3;
     EXPECT_EQ(-1, Nv_FindNetworkStorageIndex());
     EXPECT_EQ(3, NsIndex);
-    EXPECT_TRUE(chip.events.empty());
-    EXPECT_EQ(0, machine.saves);
+    EXPECT_EQ("", WrittenBy([] {
+                (void)OutputOf([] { EXPECT_EQ(-1, Nv_InitEEprom() + Nv_ReadBackCheck() + 1); });
+              }));
+    EXPECT_TRUE(camera.actions.empty());
   }
 }
 
-TEST(Image, BelongsToItsProduct) {
+TEST(Identification, SaysWhoseImageItIs) {
+  const std::string long_name(40, 'p');
   struct Case {
-    std::string stored;
-    std::string_view product;
-    int result;
+    std::string damage;  // put at `address` of a filled EEPROM
+    std::size_t address;
+    std::string product;
+    int found;
+    int lines;  // the header's, and what is wrong with it
   };
   const std::vector<Case> cases = {
-      {"ABC", "ABC", identification_match},
-      {"ABC", "ABCD", identification_mismatch},
-      {"ABC", "abc", identification_mismatch},
-      {"", "ABC", identification_mismatch},
-      {std::string(40, 'p'), std::string_view("pppppppppppppppppppppppppppppppppppppppp"),
-       identification_match},
+      {"", 0, "CAM-1", identification_match, 1},
+      {"", 0, "CAM-12", identification_mismatch, 2},
+      {"", 0, "cam-1", identification_mismatch, 2},
+      {"\0"s, 9, "CAM-1", identification_mismatch, 2},
+      {long_name.substr(0, 32), 9, long_name, identification_match, 1},
+      {"\xFF\xFF", 39, "CAM-1", identification_empty, 1},
+      {std::string(45, '\xFF'), 0, "CAM-1", identification_empty, 1},
+      {"\0\0\0\0"s, 0, "CAM-1", identification_empty, 1},
+      {"\2", 4, "CAM-1", identification_empty, 0},
+      {"\0\0\0\1"s, 0, "CAM-1", identification_empty, 1},
+      {"\0\0\0\x0B"s, 0, "CAM-1", identification_empty, 1},
   };
   for (const Case& each : cases) {
-    FitFakeCamera();
-    Nv_SetProductNumber("a longer one before");
-    Nv_SetProductNumber(each.stored);
-    (void)OutputOf([] { (void)Nv_WriteIdentification(); });
-    EXPECT_EQ(std::string(each.stored).substr(0, 32) +
-                  std::string(32 - std::min<std::size_t>(32, each.stored.size()), '\0'),
-              chip.Text(9, 32));
-    const std::string output = OutputOf(
-        [&] { EXPECT_EQ(each.result, Nv_CheckIdentification(eeprom_handle, each.product)); });
-    EXPECT_EQ(each.result == identification_mismatch, Contains(output, "product id not match\n"));
+    FitStartedCamera();
+    Store(each.address, each.damage);
+    int found = -1;
+    const auto check = [&] {
+      return OutputOf([&] { found = Nv_CheckIdentification(eeprom_handle, each.product); });
+    };
+    camera.reads = 0;
+    const std::string lines = check();
+    EXPECT_EQ(each.found, found) << each.product << " at " << each.address;
+    EXPECT_EQ(each.lines, std::ranges::count(lines, '\n')) << lines;
+    // One bad read costs neither a factory reset nor a foreign image.
+    for (long bad = 0, reads = camera.reads; bad < reads; ++bad) {
+      camera.reads = 0;
+      camera.refuse_read = bad;
+      (void)check();
+      ASSERT_EQ(each.found, found) << each.product << " with the bad read " << bad;
+    }
+    camera.refuse_read = -1;
+    camera.width_answer = 1;
+    (void)check();
+    EXPECT_EQ(each.found, found) << "a positive answer is no refusal";
+    camera.width_answer = -1;
+    (void)check();
+    EXPECT_EQ(identification_empty, found);
   }
 }
 
-TEST(Image, CountsAsEmptyWithoutValidIdentification) {
-  const std::vector<std::pair<std::uint32_t, std::string>> damages = {
-      {0, std::string(45, '\xFF')},
-      {0, std::string(4, '\0')},
-      {4, "\2"},
-      {0, std::string("\0\0\0\1", 4)},
-      {0, std::string("\0\0\0\x0B", 4)}};
-  for (const auto& [address, bytes] : damages) {
-    FitFakeCamera(small_camera);
-    FillImage();
-    Put(address, bytes);
-    (void)OutputOf([] {
-      EXPECT_EQ(identification_empty,
-                Nv_CheckIdentification(eeprom_handle, Slot_Text(product_number)));
-    });
-  }
-  FitFakeCamera();
+TEST(Identification, OfATestBoardOrAClearedHeaderIsNone) {
+  FitStartedCamera();
   EXPECT_FALSE(Nv_IsMftBoard(eeprom_handle));
-  Put(0, std::string_view("MFT\0", 4));
+  EXPECT_EQ("0+4", WrittenBy(Nv_ClearEepromHeader));
+  Store(0, "MFT\0"sv);
   EXPECT_TRUE(Nv_IsMftBoard(eeprom_handle));
+  EXPECT_EQ(identification_empty, Start());
 }
 
-TEST(Image, ThatMatchesChangesNothing) {
-  FitFakeCamera(small_camera);
-  FillImage();
-  (void)ReadBack();  // conversions are not inverse; what comes back once comes back for good
-  machine.saves = 0;
-  chip.events.clear();
-  chip.writes = 0;
-  const std::string output = ReadBack();
-  EXPECT_FALSE(Contains(output, "sVal="));
-  EXPECT_FALSE(Contains(output, "save device.conf"));
-  EXPECT_EQ(0, machine.saves);
-  EXPECT_EQ(0, chip.writes);
-  std::size_t reads = 0;
-  for (const BusEvent& event : chip.events) reads += event.kind == BusEvent::read ? 1 : 0;
-  EXPECT_EQ(12074U, reads) << "each byte of the image once";
-  std::size_t nodes = 0;
-  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    ASSERT_LT(nodes, chain.size());
-    EXPECT_EQ(chain[nodes].first, node->address);
-    EXPECT_EQ(chain[nodes].second, node->type);
-    EXPECT_EQ(&section_maps[nodes], node->map);
-    ++nodes;
-  }
-  EXPECT_EQ(chain.size(), nodes);
+TEST(Start, LeavesAMatchingImageAlone) {
+  FitStartedCamera();
+  camera.reads = 0;
+  EXPECT_EQ("", WrittenBy([] { EXPECT_EQ(identification_match, Start()); }));
+  EXPECT_EQ(45 + 12074, camera.reads);
+  EXPECT_EQ(14U, ChainLength());
+  EXPECT_EQ((Actions{"listen"}), camera.actions) << "nothing is saved";
 }
 
-TEST(Image, RestoresAnotherModule) {
-  FitFakeCamera(small_camera);
-  FillImage();
+TEST(Start, RestoresTheModuleOfAnotherCamera) {
+  FitStartedCamera();
+  const auto module = camera.chip;
+  Parameters other = small_camera;
+  other["General.Brand.ProdNbr"] = "CAM-2";
+  other["General.Network.eth0.DNSServer1"] = "198.51.100.1";
+  other["General.Network.eth0.IPAddress"] = "";
+  other["ImageSource.I0.Config.CaptureMode"] = "640x480@25";
+  other["ImageSource.I0.Config.CaptureModeFormatList"] = "1280x960@15,640x480@25";
+  other["ImageSource.I0.Config.MaxResolution"] = "640x480";
+  FitCamera(other);
   SetParameter("General.System.HTTPPort", "8080");
-  SetParameter("General.Network.eth0.IPAddress", "");
-  SetParameter("General.Network.eth0.DNSServer1", "198.51.100.1");
-  SetParameter("General.UserID.Admin", "");
-  machine.saves = 0;
-  const std::string output = ReadBack();
-  EXPECT_TRUE(Contains(output, "sVal=8080,sDeviceVal=80\n"));
-  EXPECT_TRUE(Contains(output, "sVal=,sDeviceVal=192.0.2.7\n"));
+  camera.chip = module;
+  EXPECT_EQ(
+      "5347+64 41+4 4871+2 41+4 4873+2 41+4 8921+2 41+4 8923+2 41+4 8925+2 41+4 8928+2 41+4 0+45",
+      WrittenBy([] { EXPECT_EQ(identification_mismatch, Start()); }));
+  EXPECT_EQ((Actions{"restore", "sleep 3", "listen", "save", "save"}), camera.actions);
   EXPECT_EQ("80", Parameter("General.System.HTTPPort"));
   EXPECT_EQ("192.0.2.7", Parameter("General.Network.eth0.IPAddress"));
-  EXPECT_EQ("YWRtaW46c2VjcmV0", Parameter("General.UserID.Admin"));
-  EXPECT_EQ("198.51.100.1", Parameter("General.Network.eth0.DNSServer1"))
-      << "an empty stored value never overwrites";
-  EXPECT_TRUE(output.ends_with("save device.conf\n"));
-  EXPECT_EQ(1, machine.saves);
+  EXPECT_EQ("198.51.100.1", Parameter("General.Network.eth0.DNSServer1")) << "nothing was stored";
+  EXPECT_EQ("640x480@25", Parameter("ImageSource.I0.Config.CaptureMode")) << "not in the list";
+  EXPECT_EQ("640x480", Parameter("StreamProfile.I3.Video.Resolution"));
+  EXPECT_EQ("25", Parameter("StreamProfile.I3.Video.FPS"));
+  EXPECT_EQ("CAM-2", Stored(9, 5));
+  EXPECT_EQ(identification_match, Start());
 }
 
-TEST(Image, FiltersWhatTheCameraCanNotDo) {
-  FitFakeCamera(small_camera);
-  FillImage();
+TEST(ReadBack, FiltersWhatTheCameraCanNotDo) {
+  FitStartedCamera();
+  SetParameter("General.System.HTTPPort", "8080");
+  SetParameter("ImageSource.I0.LensControl.FocusPos", "7");
   SetParameter("ImageSource.I0.LensControl.ZoomPos", "7");
   SetParameter("StreamProfile.I0.Video.Resolution", "640x480");
-  SetParameter("ImageSource.I0.Config.CaptureMode", "640x480@25");
   SetParameter("Properties.Image.ResolutionFormat.List", "640x480,320x240");
+  SetParameter("ImageSource.I0.Config.CaptureMode", "640x480@25");
   SetParameter("ImageSource.I0.Config.CaptureModeFormatList", "1280x720@30,640x480@25");
-  const std::string output = ReadBack();
-  EXPECT_EQ("7", Parameter("ImageSource.I0.LensControl.ZoomPos"));
-  EXPECT_EQ("echo \"zoom=120\" >> /mnt/mtd/lens_position_change", machine.commands.at(0));
+  std::string output;
+  EXPECT_EQ("4871+2 41+4 4873+2 41+4 4871+2 41+4 4873+2 41+4",
+            WrittenBy([&] { output = ReadBack(); }))
+      << "the EEPROM follows the camera";
+  EXPECT_EQ("\x02\x80\x01\xE0"sv, Stored(4871, 4));
+  EXPECT_TRUE(Contains(output, "sVal=8080,sDeviceVal=80\n"));
   EXPECT_TRUE(Contains(output, "zoom position change\n"));
-  EXPECT_EQ("640x480", Parameter("StreamProfile.I0.Video.Resolution"));
   EXPECT_TRUE(Contains(output, "sVal=640x480,sDeviceVal=1280x720\nupdate section value\n"));
-  EXPECT_EQ(640U, ReadNumber(4829 + 9 + 33, 2)) << "the EEPROM follows the camera";
-  EXPECT_EQ(480U, ReadNumber(4829 + 9 + 35, 2));
-  EXPECT_EQ("1280x720@30", Parameter("ImageSource.I0.Config.CaptureMode")) << "it is in the list";
+  EXPECT_TRUE(output.ends_with("save device.conf\n"));
+  EXPECT_EQ((Actions{"echo \"focus=-3\" >> /mnt/mtd/lens_position_change",
+                     "echo \"zoom=120\" >> /mnt/mtd/lens_position_change", "save"}),
+            camera.actions);
+  EXPECT_EQ("7", Parameter("ImageSource.I0.LensControl.ZoomPos"));
+  EXPECT_EQ("640x480", Parameter("StreamProfile.I0.Video.Resolution"));
+  EXPECT_EQ("1280x720@30", Parameter("ImageSource.I0.Config.CaptureMode"));
 }
 
-TEST(Image, ThatEndsBadlyStillEnds) {
-  FitFakeCamera(small_camera);
-  FillImage();
-  Put(582 + 4, "\2");  // a section of a version that nobody reads costs its own values only
-  Put(582 + 9 + 1, "203.0.113.9");
-  SetParameter("General.Time.SyncSource", "Manual");
-  std::string output = ReadBack();
-  EXPECT_TRUE(Contains(
-      output,
-      "Unsupported data version 2, section type 3\nNv_ReadBackCheck: Read section error.\n"));
-  EXPECT_EQ("192.0.2.7", Parameter("General.Network.eth0.IPAddress"));
-  EXPECT_EQ("NTP", Parameter("General.Time.SyncSource"));
-
-  Put(10952 + 5, std::string_view("\0\0\2\x46", 4));  // the last section points back to the fourth
-  output = ReadBack();
-  EXPECT_TRUE(Contains(output, "Nv_ReadBackCheck: Section chain loops at address 0x246.\n"));
-
-  Put(10952 + 5, std::string_view("\xFF\xFF\xFF\xF0", 4));  // outside the chip
-  output = ReadBack();
-  EXPECT_TRUE(Contains(output, "Unknown section type -1.\n"));
-  EXPECT_TRUE(Contains(output, "loops at address 0xffffffff.\n"));
-  SectionList_Free();
-  EXPECT_EQ(nullptr, section_list);
+std::string Header(std::uint32_t type, std::uint32_t next) {
+  std::string header(9, '\1');
+  for (std::size_t i = 0; i < 4; ++i) {
+    header[i] = static_cast<char>(type >> (24 - 8 * i));
+    header[5 + i] = static_cast<char>(next >> (24 - 8 * i));
+  }
+  return header;
 }
 
-// Every section type at every place of the chain: rows by position, payload by type.
-TEST(Image, WithTypesOutOfPlaceIsHarmless) {
-  for (std::uint32_t type = 0; type <= 11; ++type) {
-    FitFakeCamera(small_camera);
-    chip.records = false;
-    FillImage();
-    for (std::size_t i = 1; i < chain.size(); ++i) {
-      chip.bytes[chain[i].first + 3] = static_cast<std::uint8_t>(type);
+TEST(ReadBack, EndsWhateverTheChainSays) {
+  FitStartedCamera();
+  const auto filled = camera.chip;
+  const std::string file = camera.files[device_conf];
+  struct Case {
+    std::size_t address;
+    std::string bytes;
+    std::size_t sections;
+    const char* line;
+  };
+  const std::vector<Case> cases = {
+      {586, "\2", 14,
+       "Unsupported data version 2, section type 3\nNv_ReadBackCheck: Read section error.\n"},
+      {4829, Header(8, 4829), 9, "Nv_ReadBackCheck: Section chain loops at address 0x12dd.\n"},
+      {10952, Header(10, 582), 14, "Section chain loops at address 0x246.\n"},
+      {10952, Header(10, 0xFFFFFFF0), 17, "Unknown section type -1.\n"},
+      {582, std::string(815, '\xFF'), 6, "loops at address 0xffffffff.\n"},
+      {582, Header(3, 0x60000), 7, "Unknown section type -1.\n"},
+  };
+  for (const Case& each : cases) {
+    camera.chip = filled;
+    Store(each.address, each.bytes);
+    EXPECT_TRUE(Contains(ReadBack(), each.line)) << each.line;
+    EXPECT_EQ(each.sections, ChainLength()) << each.line;
+  }
+  // Every section type at every place of the chain: rows by position, payload by type.
+  for (char type = 0; type <= 11; ++type) {
+    camera.chip = filled;
+    for (std::uint32_t at = 45; at != 0; at = 256U * camera.chip[at + 7] + camera.chip[at + 8]) {
+      camera.chip[at + 3] = static_cast<std::uint8_t>(type);
     }
     (void)ReadBack();
-    for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-      EXPECT_TRUE(node->type == type || node->type == 0 || node->type == identification_type);
-    }
-    EXPECT_NE("(none)", Parameter("General.System.HTTPPort"));
+    EXPECT_EQ(14U, ChainLength());
   }
+  camera.absent = true;
+  const auto before = camera.chip;
+  camera.files[device_conf] = file;
+  (void)ReadBack();
+  EXPECT_LE(ChainLength(), 257U) << "an absent chip answers with the address";
+  EXPECT_EQ(identification_empty, Start());
+  EXPECT_EQ(file, camera.files[device_conf]);
+  EXPECT_EQ(before, camera.chip);
+}
+
+TEST(ReadBack, IsBoundedByWhatTheChipCanTell) {
+  FitStartedCamera();
+  // A header every 4 bytes: its next address is the type of the one behind the next. The last one
+  // of a 64 KiB block goes to the next block.
+  std::size_t sections = 0;
+  const auto size = static_cast<std::uint32_t>(camera.chip.size());
+  for (std::uint32_t at = 0; at < size; ++sections) {
+    const std::uint32_t next = (at & 0xFFFFU) < 0xFFF0 ? at + 4 : (at | 0xFFFFU) + 1;
+    Store(at + 5, Header(next % size, 0).substr(0, 4));
+    at = next;
+  }
+  camera.reads = 0;
+  (void)ReadBack();
+  EXPECT_EQ(sections, ChainLength());
+  EXPECT_EQ(9 * sections + 36, static_cast<std::size_t>(camera.reads));
+  SectionList_Free();
+}
+
+// What follows a power failure is the old image or one that is filled again from the
+// configuration: never a factory reset, never a lost setting.
+TEST(PowerCut, InAFillOrResetCostsNothing) {
+  FitStartedCamera();
+  const std::string file = camera.files[device_conf];
+  const std::string sections = Stored(45, 12029);
+  std::map<int, int> outcomes;
+  const auto check = [&] {
+    if (Stored(0, 4) != "SPRK" && outcomes[identification_empty] % 97 != 0) {
+      ++outcomes[identification_empty];  // starting over is the same each time
+      return;
+    }
+    const bool header_torn = Stored(5, 4) == "\0\0\xA5\xA5"sv || Stored(5, 2) == "\xA5\xA5"sv;
+    ++outcomes[Start()];
+    EXPECT_TRUE(sections == Stored(45, sections.size()));
+    EXPECT_TRUE(header_torn || ChainLength() == 14);
+    EXPECT_EQ(file, camera.files[device_conf]);
+  };
+  const auto fill = [] { (void)OutputOf([] { EXPECT_EQ(0, Nv_InitEEprom()); }); };
+  ForEachCut(Nv_ClearEepromHeader, check);
+  EXPECT_EQ(1, outcomes[identification_match]) << "the first transfer of a reset, lost";
+  Nv_ClearEepromHeader();
+  ForEachCut(fill, check);
+  FitCamera(small_camera);
+  camera.files[device_conf] = file;
+  ForEachCut(fill, check);
+  EXPECT_EQ(0, outcomes[identification_mismatch]);
+  (void)std::printf("%d cuts start over, %d leave a complete image\n",
+                    outcomes[identification_empty], outcomes[identification_match]);
 }
 
 }  // namespace

@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+#include "tests/fakes/emulated_camera.h"
+
+#include <gtest/gtest.h>
+#include <syslog.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "config/section_list.h"
+#include "config/store.h"
+#include "daemon/log.h"
+#include "daemon/synchronise.h"
+#include "eeprom/i2c_eeprom.h"
+#include "platform/file.h"
+#include "platform/host.h"
+#include "platform/i2c_bus.h"
+#include "platform/libnetwork.h"
+
+EmulatedCamera camera;
+
+namespace {
+
+constexpr unsigned write_cycle_us = 10000;
+constexpr std::uint32_t page_mask = 0xFF;
+
+std::uint32_t block;  // address bits 16 to 18, which the device address carries
+std::size_t width;    // data bytes of a transfer
+bool busy;            // in the write cycle
+
+std::string Hex(unsigned long number) {
+  std::array<char, 20> text;
+  (void)std::snprintf(text.data(), text.size(), "%lX", number);
+  return text.data();
+}
+
+int OnRequest(int, unsigned long request, unsigned long argument) {
+  if (camera.records) camera.bus += "0" + Hex(request) + "=" + Hex(argument) + " ";
+  if (request == I2C_SLAVE_FORCE) block = static_cast<std::uint32_t>(argument & 0x0EU) << 15U;
+  if (request != I2C_REQUEST_DATA_WIDTH) return 0;
+  width = argument + 1;
+  return camera.width_answer;
+}
+
+// The first `count` bytes of a transfer arrive.
+void Keep(std::vector<std::uint8_t>& chip, const Transfer& transfer, std::uint32_t count) {
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const std::uint32_t in_page = (transfer.address + i) & page_mask;
+    chip.at((transfer.address & ~page_mask) | in_page) = transfer.bytes[i];
+  }
+}
+
+ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
+  Transfer transfer = {block + I2c_RegisterAddress(buffer), {}, 0};
+  if (camera.records) camera.bus += "[" + HexText(buffer) + "] ";
+  if (buffer.size() != 2 + width) return -1;
+  for (std::size_t i = buffer.size(); i-- > 2;) transfer.bytes[transfer.size++] = buffer[i];
+  const auto number = static_cast<long>(camera.writes.size());
+  camera.writes.push_back(transfer);
+  if (camera.absent || busy || number == camera.refuse_write) return -1;
+  busy = true;
+  if (camera.lost_from < 0 || number < camera.lost_from) {
+    Keep(camera.chip, transfer, transfer.size);
+  }
+  return static_cast<ssize_t>(buffer.size());
+}
+
+ssize_t OnRead(int, std::span<std::uint8_t> buffer) {
+  if (camera.records) camera.bus += "(" + HexText(buffer) + ") ";
+  if (camera.absent || busy || camera.reads++ == camera.refuse_read) return -1;
+  buffer[0] = camera.chip.at(block + I2c_RegisterAddress(buffer));
+  return static_cast<ssize_t>(buffer.size());
+}
+
+void OnWait(unsigned microseconds) {
+  if (camera.records) camera.bus += "wait=" + std::to_string(microseconds) + " ";
+  if (microseconds >= write_cycle_us) busy = false;
+}
+
+constexpr I2cAdapter adapter = {.name = "emulated",
+                                .claims = nullptr,
+                                .request = OnRequest,
+                                .write = OnWrite,
+                                .read = OnRead,
+                                .wait = OnWait};
+
+}  // namespace
+
+std::string HexText(std::span<const std::uint8_t> bytes) {
+  std::string text;
+  for (const std::uint8_t byte : bytes) text += (byte < 16 ? " 0" : " ") + Hex(byte);
+  return text.substr(1);
+}
+
+// The host's system log and sockets are not for tests.
+void openlog(const char*, int, int) {}
+void syslog(int, const char*, ...) {}
+void closelog() {}
+int set_nonblocking(int) { return -1; }
+int unix_socket_open(const char*) {
+  camera.actions.emplace_back("listen");
+  return -1;
+}
+
+void Host_ReserveStandardDescriptors() {}
+std::uint32_t Host_Time() { return camera.time; }
+void Host_SleepMicroseconds(unsigned microseconds) { camera.slept_us += microseconds; }
+void Host_SleepSeconds(unsigned seconds) {
+  camera.actions.push_back("sleep " + std::to_string(seconds));
+}
+
+int Host_RunCommand(const char* command) {
+  camera.actions.emplace_back(command);
+  if (camera.actions.back() == "restore") camera.files[device_conf] = camera.factory_file;
+  return 0;
+}
+
+// The only command that is ever asked for a word is the configuration tool.
+bool Host_ReadFirstWord(const char* command, std::span<char> word) {
+  camera.actions.emplace_back(command);
+  std::array<char, 128> path{};
+  if (std::sscanf(command, "/bin/xmlcfg -g %127s", path.data()) != 1) return false;
+  const std::string answer = std::string(path.data()) + "=" + Parameter(path.data());
+  (void)std::snprintf(word.data(), word.size(), "%s", answer.substr(0, answer.find(' ')).c_str());
+  return true;
+}
+
+bool File_Exists(const char* path) { return camera.files.contains(path); }
+
+int File_Read(const char* path, std::string& content) {
+  const auto file = camera.files.find(path);
+  if (file == camera.files.end()) return -1;
+  content = file->second;
+  return 0;
+}
+
+int File_Replace(const char* path, std::string_view content) {
+  camera.actions.emplace_back("save");
+  camera.files[path] = content;
+  return 0;
+}
+
+void FitCamera(const Parameters& parameters) {
+  camera = EmulatedCamera();
+  camera.files[device_conf] = "<root></root>";
+  for (const auto& [path, value] : parameters) SetParameter(path, value);
+  camera.factory_file = camera.files[device_conf];
+  camera.actions.clear();
+  busy = false;
+  (void)I2c_UseAdapter(&adapter);
+  eeprom_handle = 7;  // any number; nothing but the adapter sees it
+  SectionList_Free();
+  NsIndex = 0;
+  debug_flag = 0;
+  Nv_SetProductNumber("CAM-1");
+}
+
+void FitFactoryCamera() {
+  FitCamera();
+  const std::filesystem::path folder = CAMERA_FOLDER;
+  const auto load = [](const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  camera.files[device_conf] = camera.factory_file = load(folder / "device.conf");
+  for (const auto& entry : std::filesystem::directory_iterator(folder / "template")) {
+    camera.files["/opt/template/" + entry.path().filename().string()] = load(entry.path());
+  }
+}
+
+std::string Parameter(const std::string& path) {
+  const ConfigFile config = Nv_OpenConfig();
+  ValueSlot value;
+  if (config.root == nullptr || !Nv_ReadParameter(config.root, path.c_str(), value))
+    return "(none)";
+  return value.data();
+}
+
+void SetParameter(const std::string& path, const std::string& value) {
+  const ConfigFile config = Nv_OpenConfig();
+  cfg_node* node = config.root == nullptr ? nullptr : cfg_add_param_node(config.root, path.c_str());
+  if (node != nullptr && cfg_set_param_value(node, value.c_str()) == 0) {
+    (void)cfg_save_file(config.handle.get(), device_conf);
+  }
+}
+
+int StartDaemon() {
+  Nv_SetProductNumber("");
+  NsIndex = 0;
+  (void)Nv_LoadProductNumber();
+  (void)Nv_FindNetworkStorageIndex();
+  return Nv_Synchronise();
+}
+
+std::string Stored(std::size_t address, std::size_t size) {
+  const auto start = camera.chip.begin() + static_cast<std::ptrdiff_t>(address);
+  return {start, start + static_cast<std::ptrdiff_t>(size)};
+}
+
+void Store(std::size_t address, std::string_view bytes) {
+  std::copy(bytes.begin(), bytes.end(), &camera.chip.at(address));
+}
+
+std::string WrittenBy(const std::function<void()>& action) {
+  camera.writes.clear();
+  action();
+  std::string runs;
+  for (std::size_t i = 0; i < camera.writes.size();) {
+    const std::uint32_t start = camera.writes[i].address;
+    std::uint32_t end = start;
+    while (i < camera.writes.size() && camera.writes[i].address == end) {
+      end += camera.writes[i++].size;
+    }
+    runs += (runs.empty() ? "" : " ") + std::to_string(start) + "+" + std::to_string(end - start);
+  }
+  return runs;
+}
+
+void ForEachCut(const std::function<void()>& action, const std::function<void()>& check) {
+  const auto files = camera.files;
+  auto state = camera.chip;
+  camera.writes.clear();
+  action();
+  const auto transfers = std::exchange(camera.writes, {});
+  for (std::size_t cut = 0; cut < transfers.size(); ++cut) {
+    const Transfer& whole = transfers[cut];
+    for (std::size_t way = 0; way < 3; ++way) {
+      if (way != cut % 3 && whole.address >= 45) continue;
+      camera.files = files;
+      camera.chip = state;
+      if (way == 1) Keep(camera.chip, whole, 1);
+      if (way == 2) Keep(camera.chip, {whole.address, {0xA5, 0xA5}, whole.size}, whole.size);
+      check();
+    }
+    Keep(state, whole, whole.size);
+  }
+}
+
+std::string OutputOf(const std::function<void()>& action) {
+  const bool failed_before = testing::Test::HasFailure();
+  testing::internal::CaptureStdout();
+  action();
+  (void)std::fflush(stdout);
+  const std::string output = testing::internal::GetCapturedStdout();
+  // A failed check inside the action has printed its reason into the capture.
+  if (!failed_before && testing::Test::HasFailure()) (void)std::fputs(output.c_str(), stdout);
+  return output;
+}

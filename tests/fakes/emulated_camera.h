@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// A camera in memory: the EEPROM on its bus, behind the adapter seam, and the machine's files,
+// commands and time, linked in the place of platform/file and platform/host. No test sleeps, starts
+// a process or touches the disk.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+struct Transfer {
+  std::uint32_t address;
+  std::array<std::uint8_t, 2> bytes;  // of ascending addresses
+  std::uint32_t size;
+};
+
+struct EmulatedCamera {
+  // The EEPROM. It has pages of 256 bytes and answers nothing during its write cycle.
+  std::vector<std::uint8_t> chip = std::vector<std::uint8_t>(0x80000, 0xFF);
+  std::vector<Transfer> writes;  // all that were tried
+  long reads = 0;
+  bool records = false;
+  std::string bus;  // what went over it while `records`: "0706=A0 070A=1 [29 00 02 01] wait=10000 "
+  // Its faults.
+  bool absent = false;     // nobody answers, on reads and writes
+  long refuse_write = -1;  // the number of the one write, from 0, that nobody answers
+  long refuse_read = -1;
+  long lost_from = -1;   // this write and all behind it arrive without changing a byte
+  int width_answer = 0;  // of the request for the data width
+
+  std::map<std::string, std::string> files;
+  std::vector<std::string> actions;  // commands run, "save", "sleep 3", "listen", in order
+  std::string factory_file;          // what the command "restore" makes of device.conf
+  std::uint32_t time = 0x01020304;
+  unsigned slept_us = 0;
+};
+extern EmulatedCamera camera;
+
+using Parameters = std::map<std::string, std::string>;
+
+// A fresh camera with an erased EEPROM, these parameters in device.conf and the daemon's state as
+// at its start.
+void FitCamera(const Parameters& parameters = {});
+
+// The simulated camera's own device.conf and templates on an erased EEPROM.
+void FitFactoryCamera();
+
+// One parameter of device.conf; "(none)" when it does not exist.
+std::string Parameter(const std::string& path);
+void SetParameter(const std::string& path, const std::string& value);
+
+// The start-up that leads to serving. Returns what the identification check said.
+int StartDaemon();
+
+// `size` bytes of the EEPROM.
+std::string Stored(std::size_t address, std::size_t size);
+void Store(std::size_t address, std::string_view bytes);
+
+// The runs of bytes that an action writes, in the order of the bus: "582+9 41+4".
+std::string WrittenBy(const std::function<void()>& action);
+
+// Calls `check` for every transfer of an action, with the EEPROM that a power failure in it leaves
+// and the files as they are now: the transfer is lost, half of it arrives, its cells are torn. In
+// the identification all three for each transfer, behind it in turn.
+void ForEachCut(const std::function<void()>& action, const std::function<void()>& check);
+
+// "29 00 02 01"
+std::string HexText(std::span<const std::uint8_t> bytes);
+
+// What the code prints to standard output while `action` runs.
+std::string OutputOf(const std::function<void()>& action);
