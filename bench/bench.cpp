@@ -55,15 +55,12 @@ int ImageTransfers() {
   std::uint32_t address = 45;
   for (std::size_t i = 1; i < chain_sections; ++i) {
     const SectionMap& map = section_maps[i];
-    const auto payload = static_cast<std::uint32_t>(Section_PayloadSize(map.type));
     transfers += HeaderTransfers(address);
-    std::uint32_t offset = 0;
-    for (std::int32_t row = 0; row < map.row_count; ++row) {
-      transfers += FieldTransfers(address + 9 + offset, map.fields[row].size);
-      offset += map.fields[row].size;
+    address += 9;
+    for (const Field& field : map.fields) {
+      transfers += FieldTransfers(address, field.format.size);
+      address += field.format.size;
     }
-    transfers += FieldTransfers(address + 9 + offset, payload - offset);
-    address += 9 + payload;
   }
   return transfers;
 }

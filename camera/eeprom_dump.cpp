@@ -60,12 +60,14 @@ std::string Meaning(const std::string& bytes, FieldKind kind) {
   return text + "\"";
 }
 
-void PrintField(const std::string& image, Range range, std::size_t address, FieldFormat format,
-                std::string_view name) {
+void PrintField(const std::string& image, Range range, std::size_t address, const Field& field) {
+  const auto& [key, format, paths] = field;
   if (address + format.size <= range.from || address >= range.to) return;
   const std::string bytes = Bytes(image, address, format.size);
-  (void)std::printf("%04zx  %-24.*s %s = %s\n", address, static_cast<int>(name.size()), name.data(),
-                    Hex(bytes).c_str(), Meaning(bytes, format.kind).c_str());
+  const std::string name(key.empty() ? "(no row)" : key);
+  const std::string from = paths.empty() ? "" : " <- " + std::string(paths);
+  (void)std::printf("%04zx  %-24s %s = %s%s\n", address, name.c_str(), Hex(bytes).c_str(),
+                    Meaning(bytes, format.kind).c_str(), from.c_str());
 }
 
 void PrintHeader(const std::string& image, Range range, std::size_t address) {
@@ -76,23 +78,14 @@ void PrintHeader(const std::string& image, Range range, std::size_t address) {
                     BigEndian(Bytes(image, address + 5, 4)));
 }
 
+// The fields of the chain's position, as far as the stored type's payload holds them.
 void PrintPayload(const std::string& image, Range range, std::size_t address,
                   std::size_t payload_size, std::size_t position) {
-  if (position == 0) {
-    PrintField(image, range, address, identification_fields[0], "id");
-    PrintField(image, range, address + identification_id_size, identification_fields[1], "time");
-    return;
-  }
-  const SectionMap& map = Map_At(position);
-  const auto rows = Map_Rows(map);
   std::size_t offset = 0;
-  for (std::size_t row = 0; row < rows.size(); ++row) {
-    PrintField(image, range, address + offset, map.fields[row], rows[row].key);
-    offset += map.fields[row].size;
-  }
-  if (offset < payload_size) {
-    const auto rest = static_cast<std::uint16_t>(payload_size - offset);
-    PrintField(image, range, address + offset, {rest, MAP_TEXT}, "(no row)");
+  for (const Field& field : Map_At(position).fields) {
+    if (offset + field.format.size > payload_size) return;
+    PrintField(image, range, address + offset, field);
+    offset += field.format.size;
   }
 }
 
@@ -101,7 +94,7 @@ void PrintChain(const std::string& image, Range range) {
   std::size_t address = 0;
   for (std::size_t position = 0; position < chain_sections; ++position) {
     PrintHeader(image, range, address);
-    const std::size_t size = Section_PayloadSize(BigEndian(Bytes(image, address, 4)));
+    const std::size_t size = Section_PayloadSize(SectionType{BigEndian(Bytes(image, address, 4))});
     if (size > 0) {
       PrintPayload(image, range, address + SECTION_HEADER_SIZE, size, position);
     }

@@ -40,28 +40,18 @@ void FillSlot(std::string_view path, std::string_view key, std::string_view valu
               ValueSlot& slot) {
   const PathText formatted = Nv_FormatPath(path, NsIndex);
   const bool numbered = HasPlaceholder(path);
-  if (numbered) (void)std::printf("sNode=%s\n", formatted.data());
+  if (numbered) Nv_Print("sNode=%s\n", formatted.data());
   if (std::string_view(formatted.data()).find(key) != std::string_view::npos) {
     Slot_SetText(slot, value);
     return;
   }
   Nv_QueryParameter(formatted.data(), slot);
-  if (numbered) (void)std::printf("sVal=%s\n", slot.data());
-}
-
-void WriteField(std::uint32_t address, std::span<const std::uint8_t> field, FieldKind kind) {
-  while (!field.empty()) {
-    const std::size_t piece = std::min<std::size_t>(field.size(), 4);
-    (void)EEprom_WriteValue(eeprom_handle, address, Field_Number(field.first(piece)),
-                            static_cast<int>(piece), static_cast<int>(kind));
-    address += static_cast<std::uint32_t>(piece);
-    field = field.subspan(piece);
-  }
+  if (numbered) Nv_Print("sVal=%s\n", slot.data());
 }
 
 void ReportMatch(std::string_view path) {
   if (debug_flag != 0) {
-    (void)std::printf("## NVD : link list node=%.*s\n", static_cast<int>(path.size()), path.data());
+    Nv_Print("## NVD : link list node=%.*s\n", static_cast<int>(path.size()), path.data());
   }
   (void)std::fflush(stdout);
 }
@@ -117,10 +107,10 @@ int Nv_HandleParameterChange(std::string_view key, std::string_view value) {
   for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
     const auto rows = Map_Rows(*node->map);
     for (std::size_t row = 0; row < rows.size(); ++row) {
-      const RowPaths paths = Map_SplitPaths(rows[row].path);
+      const RowPaths paths = Map_SplitPaths(rows[row].paths);
       for (std::size_t i = paths.count; i-- > 0;) {
         if (!Names(paths.path[i], key, formatted)) continue;
-        ReportMatch(rows[row].path);
+        ReportMatch(rows[row].paths);
         record.type = node->type;
         (void)Nv_UpdateSectionData(key, value, row, record, *node);
       }
@@ -131,32 +121,32 @@ int Nv_HandleParameterChange(std::string_view key, std::string_view value) {
 
 int Nv_UpdateSectionData(std::string_view key, std::string_view value, std::size_t row,
                          SectionRecord& record, const SectionNode& node) {
-  if (record.type == identification_type || !Section_Prepare(record)) {
+  if (record.type == SectionType::identification || !Section_Prepare(record)) {
     Section_ReportUnknownType("Nv_UpdateSectionData", record.type);
     return -1;
   }
-  const MapRow& map_row = Map_Rows(*node.map)[row];
-  const FieldFormat format = node.map->fields[row];
-  const std::uint32_t offset = Map_FieldOffset(*node.map, row);
+  const auto& [row_key, format, row_paths] = node.map->fields[row];
+  const std::size_t offset = FieldOffset(node.map->fields, row);
 
   ValueSlots slots{};
-  const RowPaths paths = Map_SplitPaths(map_row.path);
+  const RowPaths paths = Map_SplitPaths(row_paths);
   if (paths.count < 2) {
     Slot_SetText(slots[0], value);
   } else {
     for (std::size_t i = paths.count; i-- > 0;) FillSlot(paths.path[i], key, value, slots[i]);
   }
-  (void)Param_ConfigToSection(slots, map_row.key, record, offset, format);
-  WriteField(SectionList_FieldAddress(node, row), Section_Field(record, offset, format.size),
-             format.kind);
+  // The type is one that converts; Section_Prepare has seen to that.
+  (void)Param_ConfigToSection(slots, row_key, record, offset, format);
+  EEprom_WriteField(eeprom_handle, Section_FieldAddress(node.address, offset), format.kind,
+                    Section_Field(record, offset, format.size));
   record = SectionRecord();
   Nv_TouchIdentification();
   return 0;
 }
 
 void Nv_TouchIdentification() {
-  constexpr int big_endian = 7;
-  (void)EEprom_WriteValue(eeprom_handle, identification_time_address, Host_Time(), 4, big_endian);
+  (void)EEprom_WriteValue(eeprom_handle, Section_FieldAddress(0, identification_time.offset),
+                          Host_Time(), 4, ByteOrder::big_endian);
 }
 
 int Nv_ClampStreamSettings() {

@@ -4,19 +4,46 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <optional>
 
 #include "config/store.h"
+#include "daemon/log.h"
 #include "platform/file.h"
 
-// clang-format off
-const ListKind network_storage_list = {"NetworkStorage", "Event.Server",    'S', nullptr, false, false, true};
-const ListKind media_list           = {"Media",          "Event.Media",     'M', nullptr, false, false, false};
-const ListKind stream_profile_list  = {"StreamProfile",  "StreamProfile",   'I', "StreamProfile.I%d.Video.Name", false, true, false};
-const ListKind user_list            = {"UserID",         "General.UserID",  'U', "General.UserID.U%d.User", false, false, false};
-const ListKind scheduled_event_list = {"EvtScheduled",   "Event.Scheduled", 'S', "Event.Scheduled.S%d.ServerType", true, true, false};
-// clang-format on
+const ListKind network_storage_list = {
+    .template_name = "NetworkStorage",
+    .list_path = "Event.Server",
+    .instance_letter = 'S',
+    .sets_ns_index = true,
+};
+const ListKind media_list = {
+    .template_name = "Media",
+    .list_path = "Event.Media",
+    .instance_letter = 'M',
+};
+const ListKind stream_profile_list = {
+    .template_name = "StreamProfile",
+    .list_path = "StreamProfile",
+    .instance_letter = 'I',
+    .index_pattern = "StreamProfile.I%d.Video.Name",
+    .prints_index = true,
+};
+const ListKind user_list = {
+    .template_name = "UserID",
+    .list_path = "General.UserID",
+    .instance_letter = 'U',
+    .index_pattern = "General.UserID.U%d.User",
+};
+const ListKind scheduled_event_list = {
+    .template_name = "EvtScheduled",
+    .list_path = "Event.Scheduled",
+    .instance_letter = 'S',
+    .index_pattern = "Event.Scheduled.S%d.ServerType",
+    .prints_path = true,
+    .prints_index = true,
+};
 
 namespace {
 
@@ -31,24 +58,24 @@ Template LoadTemplate(const char* name) {
   Template loaded;
   loaded.handle.reset(Nv_OpenTemplate(name));
   if (!loaded.handle) {
-    (void)std::printf("#Error: %s not supported yet\n", name);
+    Nv_Print("#Error: %s not supported yet\n", name);
     return loaded;
   }
   cfg_node* root = cfg_find_param_node(loaded.handle.get(), "root");
   if (root == nullptr) {
-    (void)std::puts("#Error: unable to find root");
+    Nv_Print("#Error: unable to find root\n");
     return loaded;
   }
   cfg_node* node = cfg_find_param_node(root, name);
   if (node == nullptr) {
-    (void)std::puts("#Error: unable to get template node ");
+    Nv_Print("#Error: unable to get template node \n");
     return loaded;
   }
   const int mode = cfg_get_node_op_mode(node, 0);
   if (mode == 1 || mode == 3) {
     loaded.node = node;
   } else {
-    (void)std::puts("#Error: Permission Denined ");
+    Nv_Print("#Error: Permission Denined \n");
   }
   return loaded;
 }
@@ -76,21 +103,27 @@ void CopyElement(cfg_node* element, cfg_node* template_node, cfg_node* device_ro
   (void)cfg_cp_node_attr(copy, element);
 }
 
-enum class Added : std::uint8_t { complete, nothing, without_mode };
-
-Added AddInstance(cfg_node* device_root, const PathText& instance, cfg_node* template_node) {
+// Adds the instance with its whole content. Returns false, reported, when it could not be given its
+// template's mode: nothing may be saved then.
+bool AddInstance(const ListKind& list, cfg_node* device_root, int index, cfg_node* template_node) {
+  const PathText instance = InstanceName(list, index);
   cfg_node* node = cfg_add_param_node(device_root, instance.data());
-  if (node == nullptr) return Added::nothing;
+  if (node == nullptr) return true;
   if (cfg_cp_node_attr_spec(node, template_node, "op") != 0) {
-    (void)std::puts("#Error: Apply op_mode fail!!");
-    return Added::without_mode;
+    Nv_Print("#Error: Apply op_mode fail!!\n");
+    return false;
   }
   for (cfg_node* element = cfg_walk_next(template_node, template_node, 1);
        element != nullptr && element != template_node;
        element = cfg_walk_next(element, template_node, 1)) {
     CopyElement(element, template_node, device_root, instance);
   }
-  return Added::complete;
+  if (list.sets_ns_index) NsIndex = index;
+  return true;
+}
+
+bool HasInstance(const ListKind& list, cfg_node* device_root, int index) {
+  return cfg_find_param_node(device_root, InstanceName(list, index).data()) != nullptr;
 }
 
 // The list's "MaxCnt"; a greater one than 65536 is not believed. Nothing when it is missing.
@@ -98,33 +131,35 @@ std::optional<int> ReadMaxCount(cfg_node* list_node) {
   constexpr int most_instances = 65536;
   cfg_node* node = cfg_find_param_node(list_node, "MaxCnt");
   if (node == nullptr) {
-    (void)std::puts("#Error: find max cnt node fail!!");
+    Nv_Print("#Error: find max cnt node fail!!\n");
     return std::nullopt;
   }
   ValueSlot value;
   if (cfg_get_param_value(node, value.data(), static_cast<int>(value.size())) != 0) {
-    (void)std::puts("#Error: get max cnt value fail!!");
+    Nv_Print("#Error: get max cnt value fail!!\n");
     return std::nullopt;
   }
   return std::min(Text_ToInt(Slot_Text(value)), most_instances);
 }
 
-// The first index whose instance does not exist, or `max_count`.
-int FirstFreeIndex(const ListKind& list, cfg_node* device_root, int max_count) {
+// The first index whose instance does not exist, or no_index when each below "MaxCnt" does; nothing
+// when that is missing.
+constexpr int no_index = std::numeric_limits<int>::min();
+std::optional<int> FirstFreeIndex(const ListKind& list, cfg_node* device_root,
+                                  cfg_node* list_node) {
+  const std::optional<int> max_count = ReadMaxCount(list_node);
+  if (!max_count) return std::nullopt;
   int index = 0;
-  while (index < max_count &&
-         cfg_find_param_node(device_root, InstanceName(list, index).data()) != nullptr) {
-    ++index;
-  }
-  return index;
+  while (index < *max_count && HasInstance(list, device_root, index)) ++index;
+  return index < *max_count ? index : no_index;
 }
 
 // The index that the path asks for; nothing when it holds none.
 std::optional<int> RequestedIndex(const ListKind& list, const char* path) {
-  if (list.prints_path) (void)std::printf("pTmp=%s\n", path);
+  if (list.prints_path) Nv_Print("pTmp=%s\n", path);
   int index = 0;
   if (Text_ScanInts(path, list.index_pattern, &index) != 1) return std::nullopt;
-  if (list.prints_index) (void)std::printf("add index=%d\n", index);
+  if (list.prints_index) Nv_Print("add index=%d\n", index);
   return index;
 }
 
@@ -135,41 +170,31 @@ cfg_handle* Nv_OpenTemplate(const char* name) {
   PathText path;
   (void)std::snprintf(path.data(), path.size(), "/opt/template/%s.xml", name);
   if (!File_Exists(path.data())) {
-    (void)std::printf("#Error: %s not exist !!\n", path.data());
+    Nv_Print("#Error: %s not exist !!\n", path.data());
     return nullptr;
   }
   cfg_handle* handle = cfg_init(path.data());
-  if (handle == nullptr) (void)std::puts("#Error: unable to open template file");
+  if (handle == nullptr) Nv_Print("#Error: unable to open template file\n");
   return handle;
 }
 
 void Nv_AddListInstance(const ListKind& list, cfg_handle* device, cfg_node* device_root,
                         const char* path) {
   const bool first_free = list.index_pattern == nullptr;
-  const std::optional<int> requested = first_free ? 0 : RequestedIndex(list, path);
-  if (!requested) return;
+  std::optional<int> index = first_free ? no_index : RequestedIndex(list, path);
+  if (!index) return;
   const Template loaded = LoadTemplate(list.template_name);
   if (loaded.node == nullptr) return;
   cfg_node* list_node = cfg_find_param_node(device_root, list.list_path);
   if (list_node == nullptr) {
-    (void)std::printf("#Error: %s not added yet\n", list.list_path);
+    Nv_Print("#Error: %s not added yet\n", list.list_path);
     return;
   }
-
-  int index = *requested;
-  bool is_free = true;
-  if (first_free) {
-    const std::optional<int> max_count = ReadMaxCount(list_node);
-    if (!max_count) return;
-    index = FirstFreeIndex(list, device_root, *max_count);
-    is_free = index < *max_count;
-  }
-  const PathText instance = InstanceName(list, index);
-  if (is_free && cfg_find_param_node(device_root, instance.data()) == nullptr) {
-    const Added added = AddInstance(device_root, instance, loaded.node);
-    if (added == Added::without_mode) return;
-    if (added == Added::complete && list.sets_ns_index) NsIndex = index;
-  }
+  if (first_free) index = FirstFreeIndex(list, device_root, list_node);
+  if (!index) return;
+  const bool is_missing = *index != no_index && !HasInstance(list, device_root, *index);
+  if (is_missing && !AddInstance(list, device_root, *index, loaded.node)) return;
+  // A save that fails is tried again with the walk's own.
   (void)cfg_save_file(device, device_conf);
-  if (list.sets_ns_index) (void)std::printf("NsIndex=%d\n", NsIndex);
+  if (list.sets_ns_index) Nv_Print("NsIndex=%d\n", NsIndex);
 }

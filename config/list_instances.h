@@ -4,16 +4,15 @@
 
 #include "platform/libcfg.h"
 
-// Null in index_pattern: the first free index below the list's "MaxCnt". Otherwise the index in the
-// path that needs the instance.
 struct ListKind {
   const char* template_name;  // "/opt/template/<name>.xml", and the element below its "root"
-  const char* list_path;
-  char instance_letter;  // the instance is <list path>.<letter><index>
-  const char* index_pattern;
-  bool prints_path;
-  bool prints_index;
-  bool sets_ns_index;
+  const char* list_path;      // of the element that the instances are children of
+  char instance_letter;       // the instance is <list path>.<letter><index>
+  // Reads the index off the path that needs the instance; null: the first free one below "MaxCnt".
+  const char* index_pattern = nullptr;
+  bool prints_path = false;    // the path that needs the instance
+  bool prints_index = false;   // the index that was read off it
+  bool sets_ns_index = false;  // a new instance is the network storage from then on
 };
 
 extern const ListKind network_storage_list;

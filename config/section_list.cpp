@@ -8,10 +8,10 @@
 std::unique_ptr<SectionNode> section_list;
 
 std::uint32_t SectionList_FieldAddress(const SectionNode& node, std::size_t row) {
-  return node.address + SECTION_HEADER_SIZE + Map_FieldOffset(*node.map, row);
+  return Section_FieldAddress(node.address, FieldOffset(node.map->fields, row));
 }
 
-const SectionNode* SectionList_Find(std::uint32_t type) {
+const SectionNode* SectionList_Find(SectionType type) {
   const SectionNode* node = section_list.get();
   while (node != nullptr && node->type != type) node = node->next.get();
   return node;

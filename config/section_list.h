@@ -8,8 +8,8 @@
 #include "param/section_map.h"
 
 struct SectionNode {
-  std::uint32_t type = 0;     // as stored; 0 for a section that could not be read
-  std::uint32_t address = 0;  // of the section's header
+  SectionType type = SectionType::none;  // as stored; none for a section that could not be read
+  std::uint32_t address = 0;             // of the section's header
   const SectionMap* map = &section_maps[chain_sections];  // by position in the chain
   std::unique_ptr<SectionNode> next;
 };
@@ -20,7 +20,7 @@ extern std::unique_ptr<SectionNode> section_list;
 std::uint32_t SectionList_FieldAddress(const SectionNode& node, std::size_t row);
 
 // The first node of a type; null when there is none.
-const SectionNode* SectionList_Find(std::uint32_t type);
+const SectionNode* SectionList_Find(SectionType type);
 
 // Frees all nodes.
 void SectionList_Free();

@@ -37,14 +37,16 @@ PathText Nv_FormatPath(std::string_view path, int index) {
 }
 
 bool Nv_ReadParameter(cfg_node* root, const char* path, ValueSlot& value) {
-  value.fill('\0');
   cfg_node* node = cfg_find_param_node(root, path);
-  if (node == nullptr) return false;
-  if (cfg_get_param_value(node, value.data(), static_cast<int>(value.size())) != 0) {
-    value.fill('\0');
-  }
+  value = node == nullptr ? ValueSlot{} : Nv_NodeValue(node);
+  return node != nullptr;
+}
+
+ValueSlot Nv_NodeValue(cfg_node* node) {
+  ValueSlot value{};
+  if (cfg_get_param_value(node, value.data(), static_cast<int>(value.size())) != 0) return {};
   value.back() = '\0';  // whatever library is linked in
-  return true;
+  return value;
 }
 
 void Nv_QueryParameter(const char* path, ValueSlot& value) {

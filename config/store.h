@@ -39,6 +39,9 @@ PathText Nv_FormatPath(std::string_view path, int index);
 // value because it has children, leaves it empty. Returns whether it exists.
 bool Nv_ReadParameter(cfg_node* root, const char* path, ValueSlot& value);
 
+// The value of a parameter's node; empty when it has none because it has children.
+ValueSlot Nv_NodeValue(cfg_node* node);
+
 // Asks the configuration tool for a parameter's current value. A value is cut at its first blank.
 // `value` stays as it was when the tool has no answer.
 void Nv_QueryParameter(const char* path, ValueSlot& value);

@@ -2,28 +2,23 @@
 #include "daemon/commands.h"
 
 #include <array>
-#include <cstdio>
 
 #include "config/change_propagation.h"
 #include "config/section_list.h"
 #include "config/store.h"
+#include "daemon/log.h"
 #include "eeprom/backup.h"
 #include "eeprom/i2c_eeprom.h"
 #include "sections/section.h"
 
 namespace {
 
-constexpr std::uint32_t security_type = 2;
-constexpr std::uint32_t stream_profile_type = 8;
-constexpr std::uint32_t memory_card_type = 9;
-constexpr std::uint32_t network_storage_type = 10;
-
 // Rewrites every field of a node whose paths contain `path` with an empty value.
 void ClearFields(const SectionNode& node, const PathText& path, bool prints_row) {
   const auto rows = Map_Rows(*node.map);
   for (std::size_t row = 0; row < rows.size(); ++row) {
-    if (rows[row].path.find(path.data()) == std::string_view::npos) continue;
-    if (prints_row) (void)std::printf("i=%d\n", static_cast<int>(row));
+    if (rows[row].paths.find(path.data()) == std::string_view::npos) continue;
+    if (prints_row) Nv_Print("i=%d\n", static_cast<int>(row));
     SectionRecord record;
     record.type = node.type;
     (void)Nv_UpdateSectionData(path.data(), "", row, record, node);
@@ -34,8 +29,8 @@ void RemoveStreamProfile(std::string_view value) {
   const PathText name = Nv_FormatPath("StreamProfile.I%d.Video.Name", Text_ToInt(value));
   for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
     const auto rows = Map_Rows(*node->map);
-    if (node->type == stream_profile_type && !rows.empty() &&
-        rows[0].path.find(name.data()) != std::string_view::npos) {
+    if (node->type == SectionType::stpf && !rows.empty() &&
+        rows[0].paths.find(name.data()) != std::string_view::npos) {
       Nv_CleanSection(*node);
       return;
     }
@@ -43,7 +38,7 @@ void RemoveStreamProfile(std::string_view value) {
 }
 
 void RemoveUser(std::string_view value) {
-  const SectionNode* node = SectionList_Find(security_type);
+  const SectionNode* node = SectionList_Find(SectionType::sssc);
   if (node == nullptr) return;
   ClearFields(*node, Nv_FormatPath("General.UserID.U%d.User", Text_ToInt(value)), true);
 }
@@ -51,44 +46,39 @@ void RemoveUser(std::string_view value) {
 void RemoveRecord(std::string_view value) {
   const PathText schedule = Nv_FormatPath("Event.Scheduled.S%d", Text_ToInt(value));
   for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    if (node->type == memory_card_type || node->type == network_storage_type) {
+    if (node->type == SectionType::srin || node->type == SectionType::srex) {
       ClearFields(*node, schedule, false);
     }
   }
 }
 
 void RemoveServer(std::string_view value) {
-  (void)std::printf("remove sever=%.*s\n", static_cast<int>(value.size()), value.data());
+  Nv_Print("remove sever=%.*s\n", static_cast<int>(value.size()), value.data());
   if (Text_ToInt(value) != NsIndex) return;
-  const SectionNode* node = SectionList_Find(network_storage_type);
+  const SectionNode* node = SectionList_Find(SectionType::srex);
   if (node != nullptr) Nv_CleanSection(*node);
   NsIndex = -1;
-  (void)std::printf("NsIndex=%d\n", NsIndex);
+  Nv_Print("NsIndex=%d\n", NsIndex);
 }
 
 // Switches recording to network storage on, in the EEPROM only.
 void AddNetworkStorage(std::string_view value) {
   NsIndex = Text_ToInt(value);
-  (void)std::printf("NsIndex=%d\n", NsIndex);
-  const SectionNode* node = SectionList_Find(network_storage_type);
+  Nv_Print("NsIndex=%d\n", NsIndex);
+  const SectionNode* node = SectionList_Find(SectionType::srex);
   if (node == nullptr) return;
   const auto rows = Map_Rows(*node->map);
   for (std::size_t row = 0; row < rows.size(); ++row) {
     if (rows[row].key != "srex_rec_en") continue;
-    (void)EEprom_WriteValue(eeprom_handle, SectionList_FieldAddress(*node, row), 1, 1,
-                            static_cast<int>(node->map->fields[row].kind));
+    (void)EEprom_WriteByte(eeprom_handle, SectionList_FieldAddress(*node, row), 1);
   }
 }
 
 void SetProductNumber(std::string_view value) {
   Nv_SetProductNumber(value);
-  for (std::uint32_t i = 0; i < identification_id_size; i += 4) {
-    std::uint32_t piece = 0;
-    for (std::uint32_t j = 0; j < 4; ++j) {
-      piece |= std::uint32_t{static_cast<std::uint8_t>(product_number[i + j])} << (8 * j);
-    }
-    (void)EEprom_WriteValue(eeprom_handle, identification_id_address + i, piece, 4, 0);
-  }
+  std::array<std::uint8_t, identification_id.size> id;
+  std::copy_n(product_number.begin(), id.size(), id.begin());
+  EEprom_WriteText(eeprom_handle, Section_FieldAddress(0, identification_id.offset), id);
 }
 
 struct Command {

@@ -10,10 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "daemon/commands.h"
+#include "daemon/log.h"
 #include "daemon/signals.h"
 #include "platform/libnetwork.h"
 
@@ -79,7 +79,7 @@ int Nv_InitSocket() {
   FD_ZERO(&master);
   listener = unix_socket_open(socket_path);
   if (listener < 0) {
-    (void)std::puts("Fail to init nv socket");
+    Nv_Print("Fail to init nv socket\n");
     return -1;
   }
   (void)set_nonblocking(listener);
@@ -93,7 +93,7 @@ int Nv_HandleSocket() {
   const int count = select(highest + 1, &ready, nullptr, nullptr, &timeout);
   if (count < 0 && errno != EINTR) {
     const int error = errno;
-    (void)std::printf("%s Error: %d [%s]\n", "Nv_HandleSocket", error, std::strerror(error));
+    Nv_Print("%s Error: %d [%s]\n", "Nv_HandleSocket", error, std::strerror(error));
     return -1;
   }
   if (count <= 0) return 0;

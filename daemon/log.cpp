@@ -9,6 +9,13 @@
 
 volatile std::sig_atomic_t debug_flag;
 
+void Nv_Print(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  (void)std::vprintf(format, arguments);
+  va_end(arguments);
+}
+
 void Nv_Syslog(const char* ident, int priority, const char* format, ...) {
   std::array<char, 4096> line;
   std::va_list arguments;

@@ -22,7 +22,7 @@ namespace {
 
 // The reset button is held: the EEPROM is rebuilt from the factory configuration.
 void Reset() {
-  (void)std::puts("Reset detected, clear EEPROM...");
+  Nv_Print("Reset detected, clear EEPROM...\n");
   pthread_t blink{};
   const bool blinking = pthread_create(&blink, nullptr, Nv_ResetLedBlink, nullptr) == 0;
   if (!blinking) Nv_Syslog(log_ident, LOG_ERR, "Can't not create led blink thread");
@@ -37,7 +37,7 @@ void Reset() {
 
 // The I/O board is in the factory's test set-up: the EEPROM is left alone.
 void LeaveTestBoardAlone() {
-  (void)std::puts("mft I/O board");
+  Nv_Print("mft I/O board\n");
   (void)EEprom_Close(eeprom_handle);
   Nv_WritePidFile();
 }
@@ -63,7 +63,7 @@ int main() {
   Nv_InstallSignalHandlers();
   eeprom_handle = EEprom_Open();
   if (eeprom_handle < 0) {
-    (void)std::puts("nvd: open I2C device error");
+    Nv_Print("nvd: open I2C device error\n");
     return 0;
   }
   (void)Nv_LoadProductNumber();

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "daemon/reset_button.h"
 
-#include <cstdio>
-
+#include "daemon/log.h"
 #include "eeprom/i2c_eeprom.h"
 #include "platform/board_info.h"
 #include "platform/gpio.h"
@@ -21,7 +20,7 @@ BoardInfo board;
 
 int OpenGpio(const char* function) {
   const int fd = Gpio_Open(gpio_path);
-  if (fd < 0) (void)std::printf("%s: Failed to open GPIO device\n", function);
+  if (fd < 0) Nv_Print("%s: Failed to open GPIO device\n", function);
   return fd;
 }
 
@@ -29,7 +28,7 @@ int SampleButton(int fd) {
   int level = Gpio_Request(fd, GPIO_REQUEST_INPUT, board.reset_button_gpio);
   if (level >= 0) level = Gpio_Request(fd, GPIO_REQUEST_READ, board.reset_button_gpio);
   if (level >= 0) return level;
-  (void)std::printf("%s: ioctl error\n", "Nv_CheckResetButton");
+  Nv_Print("%s: ioctl error\n", "Nv_CheckResetButton");
   return -1;
 }
 
@@ -45,10 +44,10 @@ int Nv_CheckResetButton() {
   if (fd < 0) return -1;
   switch (BoardInfo_Read(board)) {
     case BoardInfoResult::no_segment:
-      (void)std::printf("%s : shm get fail\n", "Nv_CheckResetButton");
+      Nv_Print("%s : shm get fail\n", "Nv_CheckResetButton");
       return -1;  // the descriptor stays open for the life of the process
     case BoardInfoResult::not_attached:
-      (void)std::printf("%s : shm attach fail\n", "Nv_CheckResetButton");
+      Nv_Print("%s : shm attach fail\n", "Nv_CheckResetButton");
       return -1;
     case BoardInfoResult::ok:
       break;
@@ -93,6 +92,5 @@ void Nv_FinishLedBlink() {
 }
 
 void Nv_ClearEepromHeader() {
-  constexpr int big_endian = 7;
-  (void)EEprom_WriteValue(eeprom_handle, 0, 0, 4, big_endian);
+  (void)EEprom_WriteValue(eeprom_handle, 0, 0, 4, ByteOrder::big_endian);
 }

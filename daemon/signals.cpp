@@ -3,8 +3,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <string_view>
 
 #include "daemon/log.h"
@@ -25,17 +27,10 @@ void WriteLine(std::string_view line) {
 void ReportUnknownSignal(int number) {
   constexpr std::string_view words = "Unknown signal ";
   std::array<char, 32> line;
-  auto* end = line.end();
-  *--end = '\n';
-  const bool negative = number < 0;
-  unsigned rest = negative ? 0U - static_cast<unsigned>(number) : static_cast<unsigned>(number);
-  do {
-    *--end = static_cast<char>('0' + rest % 10);
-    rest /= 10;
-  } while (rest != 0);
-  if (negative) *--end = '-';
-  for (std::size_t i = words.size(); i-- > 0;) *--end = words[i];
-  WriteLine({end, static_cast<std::size_t>(line.end() - end)});
+  auto* end = std::ranges::copy(words, line.begin()).out;
+  end = std::to_chars(end, line.end() - 1, number).ptr;  // signal-safe: it calls nothing
+  *end++ = '\n';
+  WriteLine({line.data(), end});
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 
 #include <syslog.h>
 
-#include <cstdio>
-
 #include "config/change_propagation.h"
 #include "config/store.h"
 #include "daemon/control_socket.h"
@@ -18,7 +16,7 @@
 int Nv_Synchronise() {
   const int identification = Nv_CheckIdentification(eeprom_handle, Slot_Text(product_number));
   if (identification == identification_empty) {
-    (void)std::puts("eeprom is empty, starting eeprom initial...");
+    Nv_Print("eeprom is empty, starting eeprom initial...\n");
     (void)Nv_InitEEprom();
   } else if (identification == identification_mismatch) {
     Nv_Syslog(log_ident, LOG_INFO, "EEPROM product id not match");

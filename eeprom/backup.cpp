@@ -9,9 +9,6 @@
 
 namespace {
 
-constexpr std::uint32_t stream_profile_type = 8;
-constexpr std::uint32_t network_storage_type = 10;
-
 bool IsLastInChain(std::size_t position) { return Map_At(position + 1).row_count < 0; }
 
 // The values of a row's paths; a row without paths and a missing parameter give empty text.
@@ -19,19 +16,20 @@ ValueSlots ReadRow(cfg_node* root, std::string_view row_paths) {
   ValueSlots slots{};
   const RowPaths paths = Map_SplitPaths(row_paths);
   for (std::size_t i = paths.count; i-- > 0;) {
+    // A parameter that does not exist counts as an empty one.
     (void)Nv_ReadParameter(root, Nv_FormatPath(paths.path[i], NsIndex).data(), slots[i]);
   }
   return slots;
 }
 
+// Fills the record's payload; without a configuration, with what empty values make.
 void ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* root) {
-  const auto rows = Map_Rows(map);
-  std::uint32_t offset = 0;
-  for (std::size_t row = 0; row < rows.size(); ++row) {
-    const FieldFormat format = map.fields[row];
+  std::size_t offset = 0;
+  for (const auto& [key, format, paths] : Map_Rows(map)) {
     ValueSlots slots{};
-    if (root != nullptr) slots = ReadRow(root, rows[row].path);
-    (void)Param_ConfigToSection(slots, rows[row].key, record, offset, format);
+    if (root != nullptr) slots = ReadRow(root, paths);
+    // The types of the section map all convert.
+    (void)Param_ConfigToSection(slots, key, record, offset, format);
     offset += format.size;
   }
 }
@@ -48,11 +46,10 @@ int Nv_InitEEprom() {
   return Nv_WriteIdentification();
 }
 
-int Nv_InitSection(cfg_node* root, std::size_t position, std::uint32_t type,
-                   SectionRecord& record) {
+int Nv_InitSection(cfg_node* root, std::size_t position, SectionType type, SectionRecord& record) {
   record.type = type;
   if (!Section_Prepare(record)) Section_ReportUnknownType("Nv_InitSection", type);
-  if (type == identification_type) {
+  if (type == SectionType::identification) {
     record.address = record.next_address;
     return 0;
   }
@@ -65,12 +62,14 @@ int Nv_InitSection(cfg_node* root, std::size_t position, std::uint32_t type,
 
 int Nv_WriteIdentification() {
   SectionRecord record;
-  record.type = identification_type;
+  record.type = SectionType::identification;
   (void)Section_Prepare(record);
-  const auto id = Section_Field(record, 0, identification_id_size);
+  const auto [id_offset, id_size] = identification_id;
+  const auto [time_offset, time_size] = identification_time;
+  const auto id = Section_Field(record, id_offset, id_size);
   // All 32 bytes of a longer product number are used, so this is no terminated text.
   std::copy_n(product_number.begin(), id.size(), id.begin());
-  Field_SetNumber(Section_Field(record, identification_id_size, 4), Host_Time());
+  Field_SetNumber(Section_Field(record, time_offset, time_size), Host_Time());
   return EEprom_WriteSection(eeprom_handle, record);
 }
 
@@ -78,7 +77,7 @@ void Nv_CleanSection(const SectionNode& node) {
   SectionRecord record;
   record.type = node.type;
   record.address = node.address;
-  if (node.type != stream_profile_type && node.type != network_storage_type) {
+  if (node.type != SectionType::stpf && node.type != SectionType::srex) {
     Section_ReportUnknownType("Nv_CleanSection", node.type);
     return;
   }

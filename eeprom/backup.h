@@ -17,7 +17,7 @@ int Nv_InitEEprom();
 // Builds the section at a position of the chain from the configuration and writes it at the
 // record's address, which then is the next section's. The identification section only moves the
 // address. Returns 0.
-int Nv_InitSection(cfg_node* root, std::size_t position, std::uint32_t type, SectionRecord& record);
+int Nv_InitSection(cfg_node* root, std::size_t position, SectionType type, SectionRecord& record);
 
 // Writes the identification section with this camera's product number and the current time.
 // Returns 0.

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdio>
 
+#include "daemon/log.h"
 #include "platform/i2c_bus.h"
 
 std::int32_t eeprom_handle = -1;
@@ -13,14 +13,14 @@ std::int32_t eeprom_handle = -1;
 namespace {
 
 constexpr const char* device_path = "/dev/i2c-1";
-constexpr unsigned write_cycle_us = 10000;
 constexpr std::uint32_t second_chip_from = 0x40000;
 constexpr std::uint8_t read_bit = 1;
 
 std::uint8_t LowByte(std::uint32_t value) { return static_cast<std::uint8_t>(value & 0xFFU); }
 std::uint8_t HighByte(std::uint32_t value) { return LowByte(value >> 8U); }
 
-// Address bits 16 and 17 travel in the device address.
+// Address bits 16 and 17 travel in the device address. A bus that refuses the request is found out
+// by the transfer behind it.
 void SelectChip(int fd, std::uint32_t address, std::uint8_t direction_bit) {
   const std::uint32_t family = address < second_chip_from ? 0xA0U : 0xA8U;
   (void)I2c_Request(fd, I2C_SLAVE_FORCE, family | ((address >> 15U) & 6U) | direction_bit);
@@ -32,10 +32,10 @@ void SelectDataWidth(int fd, unsigned long width) {
 
 int Transfer(int fd, std::span<const std::uint8_t> buffer) {
   if (I2c_Write(fd, buffer) < 0) {
-    (void)std::puts("I2C_WRITE error!");
+    Nv_Print("I2C_WRITE error!\n");
     return -1;
   }
-  I2c_Wait(write_cycle_us);
+  I2c_Wait(I2C_WRITE_CYCLE_US);
   return 0;
 }
 
@@ -75,8 +75,15 @@ std::uint8_t ReadByte(int fd, std::uint32_t address) {
   return buffer[0];
 }
 
-std::uint32_t SwapBytes(std::uint32_t value) {
-  return (value << 24U) | ((value & 0xFF00U) << 8U) | ((value >> 8U) & 0xFF00U) | (value >> 24U);
+std::array<std::uint8_t, 4> LowByteFirst(std::uint32_t value) {
+  return {LowByte(value), HighByte(value), LowByte(value >> 16U), HighByte(value >> 16U)};
+}
+
+// The number that the bytes make, high byte first.
+std::uint32_t BigEndian(std::span<const std::uint8_t> bytes) {
+  std::uint32_t value = 0;
+  for (const std::uint8_t byte : bytes) value = (value << 8U) | byte;
+  return value;
 }
 
 }  // namespace
@@ -96,24 +103,23 @@ int EEprom_WriteByte(int fd, std::uint32_t address, std::uint8_t value) {
   return WriteBytes(fd, address, {&value, 1});
 }
 
-int EEprom_WriteWord(int fd, std::uint32_t address, std::uint32_t value, int swap) {
-  return EEprom_WriteValue(fd, address, value, 2, swap);
+int EEprom_WriteWord(int fd, std::uint32_t address, std::uint32_t value, ByteOrder order) {
+  return EEprom_WriteValue(fd, address, value, 2, order);
 }
 
-int EEprom_WriteDword(int fd, std::uint32_t address, std::uint32_t value, int swap) {
-  return EEprom_WriteValue(fd, address, value, 4, swap);
+int EEprom_WriteDword(int fd, std::uint32_t address, std::uint32_t value, ByteOrder order) {
+  return EEprom_WriteValue(fd, address, value, 4, order);
 }
 
 int EEprom_WriteRaw(int fd, std::uint32_t address, std::span<const std::uint8_t> bytes) {
   return WriteBytes(fd, address, bytes);
 }
 
-int EEprom_WriteValue(int fd, std::uint32_t address, std::uint32_t value, int count, int swap) {
-  std::array<std::uint8_t, 4> bytes;
-  const auto used = static_cast<std::size_t>(std::clamp(count, 0, 4));
-  for (std::size_t i = 0; i < used; ++i) bytes[i] = LowByte(value >> (8 * i));
-  const std::span<std::uint8_t> stored(bytes.data(), used);
-  if (swap != 0) std::reverse(stored.begin(), stored.end());
+int EEprom_WriteValue(int fd, std::uint32_t address, std::uint32_t value, int count,
+                      ByteOrder order) {
+  std::array bytes = LowByteFirst(value);
+  const auto stored = std::span(bytes).first(static_cast<std::size_t>(std::clamp(count, 0, 4)));
+  if (order == ByteOrder::big_endian) std::reverse(stored.begin(), stored.end());
   return WriteBytes(fd, address, stored);
 }
 
@@ -125,8 +131,9 @@ void EEprom_Read(int fd, std::uint32_t address, std::uint32_t& result, int count
     const std::uint32_t byte = ReadByte(fd, address + static_cast<std::uint32_t>(i));
     if (i < 4) result |= byte << (8 * i);
   }
-  if (count == 2) result = SwapBytes(result) >> 16U;
-  if (count == 4) result = SwapBytes(result);
+  const std::array gathered = LowByteFirst(result);
+  if (count == 2) result = BigEndian(std::span(gathered).first(2));
+  if (count == 4) result = BigEndian(gathered);
 }
 
 void EEprom_ReadBytes(int fd, std::uint32_t address, std::span<std::uint8_t> bytes) {

@@ -11,6 +11,9 @@
 #include <cstdint>
 #include <span>
 
+// How a number of several bytes lies in the EEPROM.
+enum class ByteOrder : std::uint8_t { little_endian, big_endian };
+
 // The descriptor of "/dev/i2c-1"; negative until EEprom_Open succeeded.
 extern std::int32_t eeprom_handle;
 
@@ -20,16 +23,16 @@ int EEprom_Open();
 // Closes a descriptor above 0 and leaves every other alone. Returns 0.
 int EEprom_Close(int fd);
 
-// A swap flag other than 0 stores the number big-endian, 0 low byte first.
 int EEprom_WriteByte(int fd, std::uint32_t address, std::uint8_t value);
-int EEprom_WriteWord(int fd, std::uint32_t address, std::uint32_t value, int swap);
-int EEprom_WriteDword(int fd, std::uint32_t address, std::uint32_t value, int swap);
+int EEprom_WriteWord(int fd, std::uint32_t address, std::uint32_t value, ByteOrder order);
+int EEprom_WriteDword(int fd, std::uint32_t address, std::uint32_t value, ByteOrder order);
 
 // Writes up to 4 bytes as they lie.
 int EEprom_WriteRaw(int fd, std::uint32_t address, std::span<const std::uint8_t> bytes);
 
 // Writes the low `count` (1 to 4) bytes of a number; nothing for a count below 1.
-int EEprom_WriteValue(int fd, std::uint32_t address, std::uint32_t value, int count, int swap);
+int EEprom_WriteValue(int fd, std::uint32_t address, std::uint32_t value, int count,
+                      ByteOrder order);
 
 // Selects 8-bit data, which reading relies on. Returns 0, or a negative value when the bus refuses.
 int EEprom_SelectByteWidth(int fd);

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "eeprom/identification.h"
 
-#include <cstdio>
-
+#include "daemon/log.h"
 #include "eeprom/i2c_eeprom.h"
 #include "sections/section.h"
 
@@ -12,12 +11,13 @@ int Nv_CheckIdentification(int fd, std::string_view product) {
   const int result = EEprom_ReadSection(fd, record);
   if (result < 0) return identification_empty;
   Section_PrintHeader(record);
-  if (record.type != identification_type || record.version != section_version) {
+  if (record.type != SectionType::identification || record.version != section_version) {
     return identification_empty;
   }
-  const auto id = Field_Text(Section_Field(record, 0, identification_id_size));
-  if (id != product.substr(0, identification_id_size)) {
-    (void)std::puts("product id not match");
+  const auto id =
+      Field_Text(Section_Field(record, identification_id.offset, identification_id.size));
+  if (id != product.substr(0, identification_id.size)) {
+    Nv_Print("product id not match\n");
     return identification_mismatch;
   }
   return result;

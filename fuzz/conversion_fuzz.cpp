@@ -39,14 +39,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (key.empty()) key = map.rows[row].key;
 
   SectionRecord record;
-  record.type = data[2] == 0 ? map.type : data[2] % 13U;
+  record.type = data[2] == 0 ? map.type : SectionType{data[2] % 13U};
   (void)Section_Prepare(record);
   // A payload that is shorter or longer than its type says is what a mix-up of positions looks
   // like.
   if (data[2] > 100) record.data.resize(std::min<std::size_t>(data[2] * 16U, 2048));
   std::copy_n(input.begin(), std::min(input.size(), record.data.size()), record.data.begin());
-  const FieldFormat format = map.fields[row];
-  const std::uint32_t offset = Map_FieldOffset(map, row) + data[3] * 8U;
+  const FieldFormat format = map.fields[row].format;
+  const std::size_t offset = FieldOffset(map.fields, row) + data[3] * 8U;
 
   const auto before = record.data;
   const ValueSlots given = slots;

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
+#include "daemon/log.h"
 #include "param/rule.h"
 
 namespace {
@@ -13,10 +13,10 @@ constexpr std::array<const SectionRules*, 10> section_rules = {
     &ssdt_rules, &sssc_rules, &ssnt_rules, &lvim_rules, &lvln_rules,
     &lvad_rules, &lvdn_rules, &stpf_rules, &srin_rules, &srex_rules};
 
-const SectionRules* FindSectionRules(std::uint32_t type) {
+const SectionRules* FindSectionRules(SectionType type) {
   const auto* found = std::ranges::find(section_rules, type, &SectionRules::type);
   if (found != section_rules.end()) return *found;
-  (void)std::printf("No support section type %d\n", static_cast<int>(type));
+  Nv_Print("No support section type %d\n", static_cast<int>(type));
   return nullptr;
 }
 
@@ -26,14 +26,11 @@ struct RuleMatch {
 };
 
 RuleMatch FindRule(const SectionRules& section, std::string_view key) {
-  constexpr std::string_view placeholder = "%d";
-  for (const FieldRule& rule : section.rules) {
-    if (rule.key == key) return {&rule, 0};
-    if (!rule.key.ends_with(placeholder)) continue;
-    const std::string_view prefix = rule.key.substr(0, rule.key.size() - placeholder.size());
-    if (key.starts_with(prefix)) return {&rule, Text_ToInt(key.substr(prefix.size()))};
-  }
-  return {};
+  const auto rule = std::ranges::find_if(
+      section.rules, [key](const FieldRule& each) { return IsAbout(each, key); });
+  if (rule == section.rules.end()) return {};
+  if (!rule->key.ends_with(key_number)) return {&*rule, 0};
+  return {&*rule, Text_ToInt(key.substr(rule->key.size() - key_number.size()))};
 }
 
 bool Contains(KindSet kinds, FieldKind kind) {
@@ -67,8 +64,10 @@ void RestoreByKind(const SectionRules& section, const Conversion& conversion, Fi
   Slot_SetNumber(conversion.slots[0], number);
 }
 
+enum class Way : std::uint8_t { to_section, to_config };
+
 int Convert(Way way, ValueSlots& slots, std::string_view key, SectionRecord& record,
-            std::uint32_t offset, FieldFormat format) {
+            std::size_t offset, FieldFormat format) {
   constexpr static FieldRule no_rule = {};
   const SectionRules* section = FindSectionRules(record.type);
   if (section == nullptr) return -1;
@@ -90,11 +89,11 @@ int Convert(Way way, ValueSlots& slots, std::string_view key, SectionRecord& rec
 }  // namespace
 
 int Param_ConfigToSection(ValueSlots& slots, std::string_view key, SectionRecord& record,
-                          std::uint32_t offset, FieldFormat format) {
+                          std::size_t offset, FieldFormat format) {
   return Convert(Way::to_section, slots, key, record, offset, format);
 }
 
 int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, std::string_view key,
-                          std::uint32_t offset, FieldFormat format) {
+                          std::size_t offset, FieldFormat format) {
   return Convert(Way::to_config, slots, key, record, offset, format);
 }

@@ -16,9 +16,9 @@
 
 // Converts the texts in `slots` into the field at `offset`.
 int Param_ConfigToSection(ValueSlots& slots, std::string_view key, SectionRecord& record,
-                          std::uint32_t offset, FieldFormat format);
+                          std::size_t offset, FieldFormat format);
 
 // Converts the field at `offset` into texts. The caller hands in empty slots; one that stays empty
 // means that nothing is restored for its path.
 int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, std::string_view key,
-                          std::uint32_t offset, FieldFormat format);
+                          std::size_t offset, FieldFormat format);

@@ -5,34 +5,26 @@
 #include <cstdlib>
 #include <limits>
 
-#include "param/rule.h"
+#include "param/rule_table.h"
 #include "sections/device_records.h"
 
 namespace {
 
 // clang-format off
-constexpr std::array motorized_rows = {EnumRow{1, "motorized"}};
-constexpr std::array auto_rows      = {EnumRow{1, "auto"}};
-constexpr std::array encoding_rows  = {EnumRow{0, "AAC"}, EnumRow{1, "AMR"}, EnumRow{2, "g.711_u-law"},
-                                       EnumRow{3, "g.711_a-law"}, EnumRow{4, "g.726"}};
-constexpr std::array denoise_rows   = {EnumRow{100, "high"}, EnumRow{50, "low"}, EnumRow{0, "off"}};
-constexpr std::array input_rows     = {EnumRow{1, "linein"}, EnumRow{2, "micin"}};
-constexpr std::array output_rows    = {EnumRow{1, "lineout"}, EnumRow{2, "speaker"}};
+constexpr std::array if_motorized = {EnumRow{1, "motorized"}, UnknownText(0)};
+constexpr std::array encodings    = {EnumRow{0, "AAC"}, EnumRow{1, "AMR"}, EnumRow{2, "g.711_u-law"},
+                                     EnumRow{3, "g.711_a-law"}, EnumRow{4, "g.726"}};
+constexpr std::array denoise      = {EnumRow{100, "high"}, EnumRow{50, "low"}, EnumRow{0, "off"},
+                                     UnknownText(0), UnknownNumber("off")};
+constexpr std::array inputs       = {EnumRow{1, "linein"}, EnumRow{2, "micin"}, UnknownNumber("micin")};
+constexpr std::array outputs      = {EnumRow{1, "lineout"}, EnumRow{2, "speaker"}};
 // "on" and "off" have opposite numbers in the next two.
-constexpr std::array day_night_rows = {EnumRow{1, "off"}, EnumRow{2, "on"}, EnumRow{3, "schedule"}, EnumRow{0, "auto"}};
-constexpr std::array ir_led_rows    = {EnumRow{0, "auto"}, EnumRow{1, "on"}, EnumRow{2, "off"}, EnumRow{3, "schedule"}};
-
-constexpr Enumeration if_motorized = {.rows = motorized_rows, .unknown_text = 0};
-constexpr Enumeration if_automatic = {.rows = auto_rows,      .unknown_text = 0};
-constexpr Enumeration encodings    = {.rows = encoding_rows};
-constexpr Enumeration denoise      = {.rows = denoise_rows,   .unknown_text = 0, .unknown_number = 0};
-constexpr Enumeration inputs       = {.rows = input_rows,     .unknown_number = 2};
-constexpr Enumeration outputs      = {.rows = output_rows};
-constexpr Enumeration day_night    = {.rows = day_night_rows, .unknown_text = 0, .unknown_number = 0};
-constexpr Enumeration ir_led       = {.rows = ir_led_rows};
+constexpr std::array day_night    = {EnumRow{1, "off"}, EnumRow{2, "on"}, EnumRow{3, "schedule"},
+                                     EnumRow{0, "auto"}, UnknownText(0), UnknownNumber("auto")};
+constexpr std::array ir_led       = {EnumRow{0, "auto"}, EnumRow{1, "on"}, EnumRow{2, "off"},
+                                     EnumRow{3, "schedule"}};
 // clang-format on
 
-constexpr std::size_t autoir_en_row = 3;
 constexpr std::int32_t iris_open = 10000;
 
 void Iris_ToSection(const Conversion& conversion) {
@@ -42,7 +34,7 @@ void Iris_ToSection(const Conversion& conversion) {
 }
 
 void Iris_ToConfig(const Conversion& conversion) {
-  if (Field_Number(Sibling(conversion, lvln_fields, autoir_en_row)) != 0) return;
+  if (Field_Number(Sibling(conversion, PlaceOf(lvln_fields, "lvln_autoir_en"))) != 0) return;
   const std::int32_t iris = Field_Signed(conversion.field);
   Slot_SetText(conversion.slots[0], iris == iris_open ? "open" : "manual");
   if (iris != iris_open) Slot_SetNumber(conversion.slots[1], iris);
@@ -86,33 +78,41 @@ void InputSource_ToConfig(const Conversion& conversion) {
 
 // clang-format off
 constexpr std::array lvln_table = {
-    FieldRule{.key = "lvln_autofc_en", .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &if_motorized},
-    FieldRule{.key = "lvln_focus",     .to_config = LensPosition_ToConfig},
-    FieldRule{.key = "lvln_autoir_en", .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &if_automatic},
-    FieldRule{.key = "lvln_iris",      .to_section = Iris_ToSection, .to_config = Iris_ToConfig},
-    FieldRule{.key = "lvln_zoom",      .to_config = LensPosition_ToConfig},
-    FieldRule{.key = "lvln_pname_%d",  .to_section = Name_ToSection, .names = lvln_names},
+    Enum("lvln_autofc_en", if_motorized),
+    Own("lvln_focus",     nullptr, LensPosition_ToConfig),
+    Enum("lvln_autoir_en", if_automatic),
+    Own("lvln_iris",      Iris_ToSection, Iris_ToConfig),
+    Own("lvln_zoom",      nullptr, LensPosition_ToConfig),
+    Names("lvln_pname_%d",  lvln_extensions),
 };
 
 constexpr std::array lvad_table = {
-    FieldRule{.key = "lvad_encoding",  .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &encodings},
-    FieldRule{.key = "lvad_sampling",  .to_section = Sampling_ToSection, .to_config = Sampling_ToConfig},
-    FieldRule{.key = "lvad_denoise",   .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &denoise},
-    FieldRule{.key = "lvad_insource",  .to_section = Enum_ToSection, .to_config = InputSource_ToConfig, .values = &inputs},
-    FieldRule{.key = "lvad_outsink",   .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &outputs},
-    FieldRule{.key = "lvad_pname_%d",  .to_section = Name_ToSection, .names = lvad_names},
+    Enum("lvad_encoding",  encodings),
+    Own("lvad_sampling",  Sampling_ToSection, Sampling_ToConfig),
+    Enum("lvad_denoise",   denoise),
+    FieldRule{.key = "lvad_insource", .to_section = Enum_ToSection, .to_config = InputSource_ToConfig,
+              .values = inputs},
+    Enum("lvad_outsink",   outputs),
+    Names("lvad_pname_%d",  lvad_extensions),
 };
 
 constexpr std::array lvdn_table = {
-    FieldRule{.key = "lvdn_autodn_en",   .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &if_automatic},
-    FieldRule{.key = "lvdn_daynight",    .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &day_night},
-    FieldRule{.key = "lvdn_irled",       .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &ir_led},
-    FieldRule{.key = "lvdn_ir_pname_%d", .to_section = Name_ToSection, .names = lvdn_names},
+    Enum("lvdn_autodn_en",   if_automatic),
+    Enum("lvdn_daynight",    day_night),
+    Enum("lvdn_irled",       ir_led),
+    Names("lvdn_ir_pname_%d", lvdn_extensions),
 };
 // clang-format on
 
+static_assert(IsSound<FaultOf(lvln_table, lvln_fields)>());
+static_assert(IsSound<FaultOf(lvad_table, lvad_fields)>());
+static_assert(IsSound<FaultOf(lvdn_table, lvdn_fields)>());
+
 }  // namespace
 
-const SectionRules lvln_rules = {5, lvln_table, text_and_16_bit, text_and_16_bit, LensNumber};
-const SectionRules lvad_rules = {6, lvad_table, text_and_16_bit, text_and_16_bit, GainNumber};
-const SectionRules lvdn_rules = {7, lvdn_table, text_and_16_bit, text_and_16_bit, Text_ToPlainInt};
+const SectionRules lvln_rules = {SectionType::lvln, lvln_table, text_and_16_bit, text_and_16_bit,
+                                 LensNumber};
+const SectionRules lvad_rules = {SectionType::lvad, lvad_table, text_and_16_bit, text_and_16_bit,
+                                 GainNumber};
+const SectionRules lvdn_rules = {SectionType::lvdn, lvdn_table, text_and_16_bit, text_and_16_bit,
+                                 Text_ToInt};

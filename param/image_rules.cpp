@@ -1,31 +1,23 @@
 // SPDX-License-Identifier: MIT
 // Rules of the image settings (lvim).
-#include "param/rule.h"
+#include "param/rule_table.h"
 #include "sections/image_record.h"
 
 namespace {
 
-constexpr std::size_t autowdr_en_row = 21;
-constexpr std::size_t autodn_en_row = 23;
-
 // clang-format off
 // Two switches in one byte: flip and mirror, overlay date and title.
-constexpr std::array two_switch_rows = {
-    EnumRow{0, "off", "off"}, EnumRow{1, "on", "off"}, EnumRow{2, "off", "on"}, EnumRow{3, "on", "on"}};
-constexpr std::array white_balance_rows = {
+constexpr std::array two_switches = {
+    EnumRow{0, "off", "off"}, EnumRow{1, "on", "off"}, EnumRow{2, "off", "on"},
+    EnumRow{3, "on", "on"}, UnknownText(3), UnknownNumber("on", "on")};
+constexpr std::array white_balance = {
     EnumRow{0, "auto"}, EnumRow{1, "incandescent"}, EnumRow{3, "fluorescent"}, EnumRow{4, "sunny"},
     EnumRow{5, "sun_shade"}, EnumRow{6, "cloudy"}, EnumRow{7, "manual"}, EnumRow{8, "hold"}};
-constexpr std::array hold_rows = {EnumRow{0, "hold"}};
-constexpr std::array auto_rows = {EnumRow{1, "auto"}};
-constexpr std::array mains_frequency_rows = {
-    EnumRow{0, "auto", any_text, Way::to_section}, EnumRow{0, "hold", any_text, Way::to_section},
+constexpr std::array unless_on_hold = {EnumRow{0, "hold"}, UnknownText(1)};
+constexpr std::array mains_frequency = {
+    EnumRow{.number = 0, .text = "auto", .use = RowUse::to_section},
+    EnumRow{.number = 0, .text = "hold", .use = RowUse::to_section},
     EnumRow{1, "50"}, EnumRow{2, "60"}};
-
-constexpr Enumeration two_switches    = {.rows = two_switch_rows, .unknown_text = 3, .unknown_number = 3};
-constexpr Enumeration white_balance   = {.rows = white_balance_rows};
-constexpr Enumeration unless_on_hold  = {.rows = hold_rows, .unknown_text = 1};
-constexpr Enumeration if_automatic    = {.rows = auto_rows, .unknown_text = 0};
-constexpr Enumeration mains_frequency = {.rows = mains_frequency_rows};
 // clang-format on
 
 void FirstProfile_ToSection(const Conversion& conversion) {
@@ -83,20 +75,20 @@ void SwitchedLevel_ToSection(const Conversion& conversion) {
 
 // A level counts only while its automatic mode is off; a level other than 0 restores
 // `mode_when_on`.
-void RestoreSwitchedLevel(const Conversion& conversion, std::size_t automatic_row,
+void RestoreSwitchedLevel(const Conversion& conversion, FieldPlace automatic,
                           std::string_view mode_when_on) {
-  if (Field_Number(Sibling(conversion, lvim_fields, automatic_row)) != 0) return;
+  if (Field_Number(Sibling(conversion, automatic)) != 0) return;
   const std::int32_t level = Field_Signed(conversion.field);
   Slot_SetText(conversion.slots[0], level != 0 ? mode_when_on : "off");
   if (level != 0) Slot_SetNumber(conversion.slots[1], level);
 }
 
 void WideDynamicRange_ToConfig(const Conversion& conversion) {
-  RestoreSwitchedLevel(conversion, autowdr_en_row, "on");
+  RestoreSwitchedLevel(conversion, PlaceOf(lvim_fields, "lvim_autowdr_en"), "on");
 }
 
 void NoiseReduction_ToConfig(const Conversion& conversion) {
-  RestoreSwitchedLevel(conversion, autodn_en_row, "");
+  RestoreSwitchedLevel(conversion, PlaceOf(lvim_fields, "lvim_autodn_en"), "");
 }
 
 // Several parameters in one text, separated by ","; an empty one keeps its place.
@@ -125,31 +117,34 @@ void Joined_ToConfig(const Conversion& conversion) {
 
 // clang-format off
 constexpr std::array lvim_table = {
-    FieldRule{.key = "lvim_flip",            .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &two_switches},
-    FieldRule{.key = "lvim_videoprofile",    .to_section = FirstProfile_ToSection},
-    FieldRule{.key = "lvim_snapshotprofile", .to_section = FirstProfile_ToSection},
-    FieldRule{.key = "lvim_ovl_en",          .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &two_switches},
-    FieldRule{.key = "lvim_ovl_format",      .to_section = Overlay_ToSection, .to_config = Overlay_ToConfig},
-    FieldRule{.key = "lvim_autobr_en",       .to_section = Constant_ToSection, .constant = 0},
-    FieldRule{.key = "lvim_brightness",      .to_section = Level_ToSection, .to_config = Level_ToConfig},
-    FieldRule{.key = "lvim_autoct_en",       .to_section = Constant_ToSection, .constant = 0},
-    FieldRule{.key = "lvim_contrast",        .to_section = Level_ToSection, .to_config = Level_ToConfig},
-    FieldRule{.key = "lvim_saturation",      .to_section = Level_ToSection, .to_config = Level_ToConfig},
-    FieldRule{.key = "lvim_sharpness",       .to_section = Level_ToSection, .to_config = Level_ToConfig},
-    FieldRule{.key = "lvim_whitebalance",    .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &white_balance},
-    FieldRule{.key = "lvim_autoex_en",       .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &unless_on_hold},
-    FieldRule{.key = "lvim_autoex_freq",     .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &mains_frequency},
-    FieldRule{.key = "lvim_autog_en",        .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &unless_on_hold},
-    FieldRule{.key = "lvim_autowdr_en",      .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &if_automatic},
-    FieldRule{.key = "lvim_wdr",             .to_section = SwitchedLevel_ToSection, .to_config = WideDynamicRange_ToConfig},
-    FieldRule{.key = "lvim_autodn_en",       .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &if_automatic},
-    FieldRule{.key = "lvim_denoise",         .to_section = SwitchedLevel_ToSection, .to_config = NoiseReduction_ToConfig},
-    FieldRule{.key = "lvim_dn_pname_%d",     .to_section = Name_ToSection, .names = lvim_names},
-    FieldRule{.key = "lvim_dn_pvalue_14",    .to_section = ThreeJoined_ToSection, .to_config = Joined_ToConfig},
-    FieldRule{.key = "lvim_dn_pvalue_15",    .to_section = TwoJoined_ToSection, .to_config = Joined_ToConfig},
+    Enum("lvim_flip",            two_switches),
+    Own("lvim_videoprofile",    FirstProfile_ToSection, nullptr),
+    Own("lvim_snapshotprofile", FirstProfile_ToSection, nullptr),
+    Enum("lvim_ovl_en",          two_switches),
+    Own("lvim_ovl_format",      Overlay_ToSection, Overlay_ToConfig),
+    Constant("lvim_autobr_en",       0),
+    Own("lvim_brightness",      Level_ToSection, Level_ToConfig),
+    Constant("lvim_autoct_en",       0),
+    Own("lvim_contrast",        Level_ToSection, Level_ToConfig),
+    Own("lvim_saturation",      Level_ToSection, Level_ToConfig),
+    Own("lvim_sharpness",       Level_ToSection, Level_ToConfig),
+    Enum("lvim_whitebalance",    white_balance),
+    Enum("lvim_autoex_en",       unless_on_hold),
+    Enum("lvim_autoex_freq",     mains_frequency),
+    Enum("lvim_autog_en",        unless_on_hold),
+    Enum("lvim_autowdr_en",      if_automatic),
+    Own("lvim_wdr",             SwitchedLevel_ToSection, WideDynamicRange_ToConfig),
+    Enum("lvim_autodn_en",       if_automatic),
+    Own("lvim_denoise",         SwitchedLevel_ToSection, NoiseReduction_ToConfig),
+    Names("lvim_dn_pname_%d",     lvim_extensions),
+    Own("lvim_dn_pvalue_14",    ThreeJoined_ToSection, Joined_ToConfig),
+    Own("lvim_dn_pvalue_15",    TwoJoined_ToSection, Joined_ToConfig),
 };
 // clang-format on
 
+static_assert(IsSound<FaultOf(lvim_table, lvim_fields)>());
+
 }  // namespace
 
-const SectionRules lvim_rules = {4, lvim_table, text_and_16_bit, text_and_16_bit, Text_ToPlainInt};
+const SectionRules lvim_rules = {SectionType::lvim, lvim_table, text_and_16_bit, text_and_16_bit,
+                                 Text_ToInt};

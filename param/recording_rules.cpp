@@ -3,35 +3,20 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "param/rule.h"
+#include "param/rule_table.h"
 #include "sections/recording_records.h"
 
 namespace {
 
 // clang-format off
-constexpr std::array on_off_rows   = {EnumRow{1, "on"}, EnumRow{0, "off"}};
-constexpr std::array media_rows    = {EnumRow{0, "video"}, EnumRow{1, "snapshot"}};
-constexpr std::array ns_rows       = {EnumRow{1, "ns"}};
-constexpr std::array protocol_rows = {EnumRow{1, "cifs"}, EnumRow{2, "nfs"}};
-constexpr std::array password_rows = {EnumRow{0, "none"}};
+constexpr std::array media            = {EnumRow{0, "video"}, EnumRow{1, "snapshot"}};
+constexpr std::array if_ns            = {EnumRow{1, "ns"}, UnknownText(0)};
+constexpr std::array protocols        = {EnumRow{1, "cifs"}, EnumRow{2, "nfs"}};
+constexpr std::array no_password      = {EnumRow{0, "none"}};
 // The schedule belongs to one of the two sections, by its server type.
-constexpr std::array card_schedule_rows    = {EnumRow{1, "LS", "on"}};
-constexpr std::array network_schedule_rows = {EnumRow{1, "NS", "on"}};
-
-constexpr Enumeration on_off           = {.rows = on_off_rows, .unknown_text = 0, .unknown_number = 0};
-constexpr Enumeration media            = {.rows = media_rows};
-constexpr Enumeration if_ns            = {.rows = ns_rows, .unknown_text = 0};
-constexpr Enumeration protocols        = {.rows = protocol_rows};
-constexpr Enumeration no_password      = {.rows = password_rows};
-constexpr Enumeration card_schedule    = {.rows = card_schedule_rows, .unknown_text = 0};
-constexpr Enumeration network_schedule = {.rows = network_schedule_rows, .unknown_text = 0};
+constexpr std::array card_schedule    = {EnumRow{1, "LS", "on"}, UnknownText(0)};
+constexpr std::array network_schedule = {EnumRow{1, "NS", "on"}, UnknownText(0)};
 // clang-format on
-
-constexpr std::size_t srin_continuous_row = 1;
-constexpr std::size_t srex_server_type_row = 1;
-constexpr std::size_t srex_address_row = 3;
-constexpr std::size_t srex_path_row = 4;
-constexpr std::size_t srex_continuous_row = 13;
 
 // Profiles count from 0 in the configuration and from 1 in the section.
 void Profile_ToSection(const Conversion& conversion) {
@@ -61,7 +46,7 @@ void Skip(std::string_view& text, std::string_view set, std::size_t most = SIZE_
 
 // Removes what printf(3) reads behind a "%": flags, width, precision, length and one character that
 // says what is converted.
-void SkipSpecification(std::string_view& text) {
+void SkipConversion(std::string_view& text) {
   constexpr std::string_view digits = "0123456789";
   Skip(text, "-+ #0'");
   text.starts_with('*') ? Skip(text, "*", 1) : Skip(text, digits);
@@ -88,7 +73,7 @@ void RestoreAsFormat(ValueSlot& slot, std::string_view text) {
       plain[length++] = '%';
       text.remove_prefix(1);
     } else {
-      SkipSpecification(text);
+      SkipConversion(text);
     }
   }
   Slot_SetText(slot, {plain.data(), length});
@@ -101,11 +86,11 @@ void RestoreScheduled(const Conversion& conversion, std::span<const std::uint8_t
 }
 
 void CardScheduled_ToConfig(const Conversion& conversion) {
-  RestoreScheduled(conversion, Sibling(conversion, srin_fields, srin_continuous_row));
+  RestoreScheduled(conversion, Sibling(conversion, PlaceOf(srin_fields, "srin_rec_continuous")));
 }
 
 void NetworkScheduled_ToConfig(const Conversion& conversion) {
-  RestoreScheduled(conversion, Sibling(conversion, srex_fields, srex_continuous_row));
+  RestoreScheduled(conversion, Sibling(conversion, PlaceOf(srex_fields, "srex_rec_continuous")));
 }
 
 // A location is "host:/export" or "//host/share".
@@ -137,10 +122,10 @@ void Path_ToSection(const Conversion& conversion) {
 void Location_ToConfig(const Conversion& conversion) {
   constexpr std::uint32_t cifs = 1;
   constexpr std::uint32_t nfs = 2;
-  const auto type = Field_Number(Sibling(conversion, srex_fields, srex_server_type_row));
+  const auto type = Field_Number(Sibling(conversion, PlaceOf(srex_fields, "srex_server_type")));
   if (type != cifs && type != nfs) return;
-  const auto address = Field_Text(Sibling(conversion, srex_fields, srex_address_row));
-  const auto path = Field_Text(Sibling(conversion, srex_fields, srex_path_row));
+  const auto address = Field_Text(Sibling(conversion, PlaceOf(srex_fields, "srex_srv_addr")));
+  const auto path = Field_Text(Sibling(conversion, PlaceOf(srex_fields, "srex_srv_path")));
   (void)std::snprintf(conversion.slots[0].data(), conversion.slots[0].size(),
                       type == cifs ? "//%.*s%.*s" : "%.*s:%.*s", static_cast<int>(address.size()),
                       address.data(), static_cast<int>(path.size()), path.data());
@@ -151,39 +136,49 @@ void Authentication_ToSection(const Conversion& conversion) {
   Field_SetNumber(conversion.field, password.empty() || password == "none" ? 0 : 1);
 }
 
+// A property of the schedule that the section's owner has.
+consteval FieldRule Scheduled(std::string_view key, Converter to_config, std::string_view owner) {
+  return {.key = key, .to_section = Scheduled_ToSection, .to_config = to_config, .owner = owner};
+}
+
 // clang-format off
 constexpr std::array srin_table = {
-    FieldRule{.key = "srin_sdcard_en",           .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &on_off},
-    FieldRule{.key = "srin_rec_continuous",      .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &card_schedule},
-    FieldRule{.key = "srin_rec_onevent",         .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &on_off},
-    FieldRule{.key = "srin_rec_event_media",     .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &media},
-    FieldRule{.key = "srin_rec_videoprofile",    .to_section = Profile_ToSection, .to_config = Profile_ToConfig},
-    FieldRule{.key = "srin_rec_snapshotprofile", .to_section = Profile_ToSection, .to_config = Profile_ToConfig},
-    FieldRule{.key = "srin_pname_%d",            .to_section = Name_ToSection, .names = srin_names},
-    FieldRule{.key = "srin_pvalue_2",            .to_section = Scheduled_ToSection, .to_config = CardScheduled_ToConfig, .owner = "LS"},
-    FieldRule{.key = "srin_pvalue_3",            .to_section = Scheduled_ToSection, .to_config = CardScheduled_ToConfig, .owner = "LS"},
-    FieldRule{.key = "srin_pvalue_4",            .to_section = Scheduled_ToSection, .to_config = CardScheduled_ToConfig, .owner = "LS"},
+    Enum("srin_sdcard_en",           on_off),
+    Enum("srin_rec_continuous",      card_schedule),
+    Enum("srin_rec_onevent",         on_off),
+    Enum("srin_rec_event_media",     media),
+    Own("srin_rec_videoprofile",    Profile_ToSection, Profile_ToConfig),
+    Own("srin_rec_snapshotprofile", Profile_ToSection, Profile_ToConfig),
+    Names("srin_pname_%d",            srin_extensions),
+    Scheduled("srin_pvalue_2",            CardScheduled_ToConfig, "LS"),
+    Scheduled("srin_pvalue_3",            CardScheduled_ToConfig, "LS"),
+    Scheduled("srin_pvalue_4",            CardScheduled_ToConfig, "LS"),
 };
 
 constexpr std::array srex_table = {
-    FieldRule{.key = "srex_rec_en",              .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &if_ns},
-    FieldRule{.key = "srex_server_type",         .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &protocols},
-    FieldRule{.key = "srex_srv_addr",            .to_section = Address_ToSection, .to_config = Location_ToConfig},
-    FieldRule{.key = "srex_srv_path",            .to_section = Path_ToSection, .to_config = Location_ToConfig},
-    FieldRule{.key = "srex_srv_auth",            .to_section = Authentication_ToSection, .to_config = Enum_ToConfig, .values = &no_password},
-    FieldRule{.key = "srex_rec_continuous",      .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &network_schedule},
-    FieldRule{.key = "srex_rec_onevent",         .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &if_ns},
-    FieldRule{.key = "srex_rec_event_media",     .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &media},
-    FieldRule{.key = "srex_rec_videoprofile",    .to_section = Profile_ToSection, .to_config = Profile_ToConfig},
-    FieldRule{.key = "srex_rec_snapshotprofile", .to_section = Profile_ToSection, .to_config = Profile_ToConfig},
-    FieldRule{.key = "srex_pname_%d",            .to_section = Name_ToSection, .names = srex_names},
-    FieldRule{.key = "srex_pvalue_1",            .to_section = Scheduled_ToSection, .to_config = NetworkScheduled_ToConfig, .owner = "NS"},
-    FieldRule{.key = "srex_pvalue_2",            .to_section = Scheduled_ToSection, .to_config = NetworkScheduled_ToConfig, .owner = "NS"},
-    FieldRule{.key = "srex_pvalue_3",            .to_section = Scheduled_ToSection, .to_config = NetworkScheduled_ToConfig, .owner = "NS"},
+    Enum("srex_rec_en",              if_ns),
+    Enum("srex_server_type",         protocols),
+    Own("srex_srv_addr",            Address_ToSection, Location_ToConfig),
+    Own("srex_srv_path",            Path_ToSection, Location_ToConfig),
+    FieldRule{.key = "srex_srv_auth", .to_section = Authentication_ToSection,
+              .to_config = Enum_ToConfig, .values = no_password},
+    Enum("srex_rec_continuous",      network_schedule),
+    Enum("srex_rec_onevent",         if_ns),
+    Enum("srex_rec_event_media",     media),
+    Own("srex_rec_videoprofile",    Profile_ToSection, Profile_ToConfig),
+    Own("srex_rec_snapshotprofile", Profile_ToSection, Profile_ToConfig),
+    Names("srex_pname_%d",            srex_extensions),
+    Scheduled("srex_pvalue_1",            NetworkScheduled_ToConfig, "NS"),
+    Scheduled("srex_pvalue_2",            NetworkScheduled_ToConfig, "NS"),
+    Scheduled("srex_pvalue_3",            NetworkScheduled_ToConfig, "NS"),
 };
 // clang-format on
 
+static_assert(IsSound<FaultOf(srin_table, srin_fields)>());
+static_assert(IsSound<FaultOf(srex_table, srex_fields)>());
+
 }  // namespace
 
-const SectionRules srin_rules = {9, srin_table, text_and_16_bit, text_and_16_bit, Text_ToPlainInt};
-const SectionRules srex_rules = {10, srex_table, all_kinds, all_kinds, Text_ToPlainInt};
+const SectionRules srin_rules = {SectionType::srin, srin_table, text_and_16_bit, text_and_16_bit,
+                                 Text_ToInt};
+const SectionRules srex_rules = {SectionType::srex, srex_table, all_kinds, all_kinds, Text_ToInt};

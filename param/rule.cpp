@@ -5,38 +5,35 @@
 
 namespace {
 
-bool Matches(const EnumRow& row, const ValueSlots& slots) {
-  return row.way != Way::to_config && Slot_Text(slots[0]) == row.text &&
-         (row.second == any_text || Slot_Text(slots[1]) == row.second);
+bool IsForText(const EnumRow& row, const ValueSlots& slots) {
+  if (row.use == RowUse::unknown_text) return true;
+  if (row.use != RowUse::both && row.use != RowUse::to_section) return false;
+  return Slot_Text(slots[0]) == row.text && (!row.second || Slot_Text(slots[1]) == *row.second);
 }
 
-const EnumRow* FindNumber(const Enumeration& values, int number) {
-  const auto row = std::ranges::find_if(values.rows, [number](const EnumRow& each) {
-    return each.way != Way::to_section && each.number == number;
-  });
-  return row == values.rows.end() ? nullptr : &*row;
+bool IsForNumber(const EnumRow& row, int number) {
+  if (row.use == RowUse::unknown_number) return true;
+  return (row.use == RowUse::both || row.use == RowUse::to_config) && row.number == number;
 }
 
 }  // namespace
 
-int Text_ToPlainInt(std::string_view text) { return Text_ToInt(text); }
-
 void Enum_ToSection(const Conversion& conversion) {
-  const Enumeration& values = *conversion.rule.values;
+  const auto values = conversion.rule.values;
   const auto row = std::ranges::find_if(
-      values.rows, [&](const EnumRow& each) { return Matches(each, conversion.slots); });
-  const std::optional<int> number =
-      row == values.rows.end() ? values.unknown_text : std::optional(row->number);
-  if (number) Field_SetNumber(conversion.field, static_cast<std::uint32_t>(*number));
+      values, [&](const EnumRow& each) { return IsForText(each, conversion.slots); });
+  if (row == values.end()) return;
+  Field_SetNumber(conversion.field, static_cast<std::uint32_t>(row->number));
 }
 
 void Enum_ToConfig(const Conversion& conversion) {
-  const Enumeration& values = *conversion.rule.values;
-  const EnumRow* row = FindNumber(values, Field_Signed(conversion.field));
-  if (row == nullptr && values.unknown_number) row = FindNumber(values, *values.unknown_number);
-  if (row == nullptr) return;
+  const auto values = conversion.rule.values;
+  const int number = Field_Signed(conversion.field);
+  const auto row = std::ranges::find_if(
+      values, [number](const EnumRow& each) { return IsForNumber(each, number); });
+  if (row == values.end()) return;
   Slot_SetText(conversion.slots[0], row->text);
-  if (row->second != any_text) Slot_SetText(conversion.slots[1], row->second);
+  if (row->second) Slot_SetText(conversion.slots[1], *row->second);
 }
 
 void Text_ToSection(const Conversion& conversion) {
@@ -48,9 +45,9 @@ void Text_ToConfig(const Conversion& conversion) {
 }
 
 void Name_ToSection(const Conversion& conversion) {
-  const ExtensionNames names = conversion.rule.names;
+  const auto extensions = conversion.rule.extensions;
   const auto index = static_cast<std::size_t>(conversion.number) - 1;
-  if (index < names.size()) Field_SetText(conversion.field, names[index]);
+  if (index < extensions.size()) Field_SetText(conversion.field, extensions[index].name);
 }
 
 void Constant_ToSection(const Conversion& conversion) {
@@ -72,7 +69,6 @@ std::int32_t Field_Signed(std::span<const std::uint8_t> field) {
   }
 }
 
-std::span<std::uint8_t> Sibling(const Conversion& conversion, std::span<const FieldFormat> fields,
-                                std::size_t index) {
-  return Section_Field(conversion.record, FieldOffset(fields, index), fields[index].size);
+std::span<std::uint8_t> Sibling(const Conversion& conversion, FieldPlace place) {
+  return Section_Field(conversion.record, place.offset, place.size);
 }

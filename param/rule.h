@@ -9,39 +9,38 @@
 #include <span>
 #include <string_view>
 
-#include "param/section_map.h"
 #include "param/value_slot.h"
+#include "sections/field.h"
 #include "sections/section_record.h"
 
 struct FieldRule;
 
 // One field on its way in either direction.
 struct Conversion {
-  ValueSlots& slots;
-  SectionRecord& record;
+  ValueSlots& slots;              // the configuration's side
+  SectionRecord& record;          // the section that the field belongs to
   std::span<std::uint8_t> field;  // inside the record's payload, never empty
-  const FieldRule& rule;
-  int number;  // N of a numbered key, else 0
+  const FieldRule& rule;          // the one that is being followed
+  int number;                     // N of a numbered key, else 0
 };
 using Converter = void (*)(const Conversion& conversion);
 
-enum class Way : std::uint8_t { both, to_section, to_config };
-
-inline constexpr std::string_view any_text = "\xFF";  // a mark, not a value
-
-// A stored number and the text of the first path, for rows of two paths also that of the second.
-struct EnumRow {
-  int number;
-  std::string_view text;
-  std::string_view second = any_text;  // any_text: not looked at, and not restored
-  Way way = Way::both;
+// What a row of an enumeration is there for.
+enum class RowUse : std::uint8_t {
+  both,
+  to_section,
+  to_config,
+  unknown_text,    // the number that is stored for a text in no row; else the field stays
+  unknown_number,  // the text that is restored for a number in no row; else the slots stay empty
 };
 
-struct Enumeration {
-  std::span<const EnumRow> rows;           // the first match counts
-  std::optional<int> unknown_text = {};    // stored for a text in no row; else the field stays
-  std::optional<int> unknown_number = {};  // a number in no row is restored as this one; else the
-                                           // slots stay empty
+// A stored number and the text of the first path, for rows of two paths also that of the second.
+// The first row that matches counts.
+struct EnumRow {
+  int number;                                             // what the field holds
+  std::string_view text;                                  // what the first slot holds
+  std::optional<std::string_view> second = std::nullopt;  // none: not looked at, not restored
+  RowUse use = RowUse::both;
 };
 
 struct FieldRule {
@@ -49,10 +48,10 @@ struct FieldRule {
   std::string_view key;
   Converter to_section = nullptr;  // null: by the field's kind
   Converter to_config = nullptr;
-  const Enumeration* values = nullptr;  // for Enum_...
-  ExtensionNames names = {};            // for Name_ToSection
-  std::uint32_t constant = 0;           // for Constant_ToSection
-  std::string_view owner = {};          // for the recording rules
+  std::span<const EnumRow> values = {};        // for Enum_...
+  std::span<const Extension> extensions = {};  // for Name_ToSection
+  std::uint32_t constant = 0;                  // for Constant_ToSection
+  std::string_view owner = {};                 // for the recording rules
 };
 
 // The kinds that a section type converts without a rule.
@@ -64,10 +63,10 @@ struct KindSet {
 };
 
 struct SectionRules {
-  std::uint32_t type;
-  std::span<const FieldRule> rules;
-  KindSet to_section;
-  KindSet to_config;
+  SectionType type;
+  std::span<const FieldRule> rules;      // the first that fits a key counts
+  KindSet to_section;                    // what needs no rule
+  KindSet to_config;                     // and on the way back
   int (*number)(std::string_view text);  // how a number without a rule is read
 };
 
@@ -75,8 +74,6 @@ inline constexpr KindSet no_kinds = {};
 inline constexpr KindSet text_and_u16 = {.text = true, .u16 = true};
 inline constexpr KindSet text_and_16_bit = {.text = true, .u16 = true, .s16 = true};
 inline constexpr KindSet all_kinds = {.text = true, .u16 = true, .s16 = true, .word32 = true};
-
-int Text_ToPlainInt(std::string_view text);
 
 // Converters that more than one section type uses.
 void Enum_ToSection(const Conversion& conversion);
@@ -90,9 +87,15 @@ void Number_ToSection(const Conversion& conversion);    // slot 0 in decimal, th
 // The number in a field, two's complement.
 std::int32_t Field_Signed(std::span<const std::uint8_t> field);
 
-// The field of another row of the same section.
-std::span<std::uint8_t> Sibling(const Conversion& conversion, std::span<const FieldFormat> fields,
-                                std::size_t index);
+// Another field of the same section; nothing when the payload at hand does not hold it.
+std::span<std::uint8_t> Sibling(const Conversion& conversion, FieldPlace place);
+
+// Whether a rule is about a key.
+inline constexpr std::string_view key_number = "%d";
+constexpr bool IsAbout(const FieldRule& rule, std::string_view key) {
+  if (!rule.key.ends_with(key_number)) return rule.key == key;
+  return key.starts_with(rule.key.substr(0, rule.key.size() - key_number.size()));
+}
 
 // One table for each section type, in the files that are named after them.
 extern const SectionRules ssdt_rules, sssc_rules, ssnt_rules;  // system_rules.cpp

@@ -5,30 +5,24 @@
 #include <cstdlib>
 #include <limits>
 
-#include "param/rule.h"
+#include "param/rule_table.h"
 #include "sections/stream_record.h"
 
 namespace {
 
 // clang-format off
-constexpr std::array codec_rows   = {EnumRow{1, "H264"}, EnumRow{2, "H265"}, EnumRow{0, "MJPEG"}};
-constexpr std::array profile_rows = {  // of codec and profile
+constexpr std::array codecs       = {EnumRow{1, "H264"}, EnumRow{2, "H265"}, EnumRow{0, "MJPEG"},
+                                     UnknownNumber("MJPEG")};
+constexpr std::array profiles     = {  // of codec and profile
     EnumRow{1, "H264", "0"}, EnumRow{2, "H264", "1"}, EnumRow{3, "H264", "2"},
-    EnumRow{3, "H264", any_text, Way::to_section},
-    EnumRow{4, "H265"}, EnumRow{5, "H265", any_text, Way::to_config}, EnumRow{0, "MJPEG"}};
-constexpr std::array rate_control_rows = {EnumRow{0, "vbr"}, EnumRow{1, "cbr"}};
-constexpr std::array on_off_rows       = {EnumRow{1, "on"}, EnumRow{0, "off"}};
-
-constexpr Enumeration codecs       = {.rows = codec_rows, .unknown_number = 0};
-constexpr Enumeration profiles     = {.rows = profile_rows, .unknown_text = 0};
-constexpr Enumeration rate_control = {.rows = rate_control_rows};
-constexpr Enumeration on_off       = {.rows = on_off_rows, .unknown_text = 0, .unknown_number = 0};
+    EnumRow{.number = 3, .text = "H264", .use = RowUse::to_section}, EnumRow{4, "H265"},
+    EnumRow{.number = 5, .text = "H265", .use = RowUse::to_config}, EnumRow{0, "MJPEG"},
+    UnknownText(0)};
+constexpr std::array rate_control = {EnumRow{0, "vbr"}, EnumRow{1, "cbr"}};
 // clang-format on
 
-constexpr std::size_t hres_row = 2;
-constexpr std::size_t vres_row = 3;
-constexpr std::size_t cbr_bitrate_row = 8;
-constexpr std::size_t cbr_minquality_row = 9;
+constexpr FieldPlace cbr_bitrate = PlaceOf(stpf_fields, "stpf_pf_CBR_bitrate");
+constexpr FieldPlace cbr_minquality = PlaceOf(stpf_fields, "stpf_pf_CBR_minquality");
 
 std::uint32_t Unsigned(std::int64_t value) { return static_cast<std::uint32_t>(value); }
 
@@ -45,8 +39,8 @@ void Height_ToSection(const Conversion& conversion) { Resolution_ToSection(conve
 
 void Resolution_ToConfig(const Conversion& conversion) {
   (void)std::snprintf(conversion.slots[0].data(), conversion.slots[0].size(), "%ux%u",
-                      Field_Number(Sibling(conversion, stpf_fields, hres_row)),
-                      Field_Number(Sibling(conversion, stpf_fields, vres_row)));
+                      Field_Number(Sibling(conversion, PlaceOf(stpf_fields, "stpf_pf_hres"))),
+                      Field_Number(Sibling(conversion, PlaceOf(stpf_fields, "stpf_pf_vres"))));
 }
 
 void FrameRate_ToSection(const Conversion& conversion) {
@@ -84,8 +78,8 @@ void BitRate_ToSection(const Conversion& conversion) {
 void ConstantBitRate_ToSection(const Conversion& conversion) {
   const auto rate = ParseBitRate(conversion.slots[0]);
   if (!rate) return;
-  for (const std::size_t row : {cbr_bitrate_row, cbr_minquality_row}) {
-    Field_SetNumber(Sibling(conversion, stpf_fields, row), Unsigned(*rate));
+  for (const FieldPlace place : {cbr_bitrate, cbr_minquality}) {
+    Field_SetNumber(Sibling(conversion, place), Unsigned(*rate));
   }
 }
 
@@ -104,27 +98,30 @@ void BitRate_ToConfig(const Conversion& conversion) {
 }
 
 void ConstantBitRate_ToConfig(const Conversion& conversion) {
-  RestoreBitRate(conversion, Sibling(conversion, stpf_fields, cbr_bitrate_row));
+  RestoreBitRate(conversion, Sibling(conversion, cbr_bitrate));
 }
 
 // clang-format off
 constexpr std::array stpf_table = {
-    FieldRule{.key = "srpf_pf_videoencoder",   .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &codecs},
-    FieldRule{.key = "stpf_pf_hres",           .to_section = Width_ToSection, .to_config = Resolution_ToConfig},
-    FieldRule{.key = "stpf_pf_vres",           .to_section = Height_ToSection, .to_config = Resolution_ToConfig},
-    FieldRule{.key = "stpf_pf_fps100",         .to_section = FrameRate_ToSection, .to_config = FrameRate_ToConfig},
-    FieldRule{.key = "stpf_pf_profile",        .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &profiles},
-    FieldRule{.key = "stpf_pf_gop",            .to_section = GroupOfPictures_ToSection},
-    FieldRule{.key = "stpf_pf_ratecontrol",    .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &rate_control},
-    FieldRule{.key = "stpf_pf_CBR_bitrate",    .to_section = ConstantBitRate_ToSection, .to_config = ConstantBitRate_ToConfig},
-    FieldRule{.key = "stpf_pf_CBR_minquality", .to_section = ConstantBitRate_ToSection, .to_config = ConstantBitRate_ToConfig},
-    FieldRule{.key = "stpf_pf_VBR_maxrate",    .to_section = BitRate_ToSection, .to_config = BitRate_ToConfig},
-    FieldRule{.key = "stpf_pf_ovl_en",         .to_section = Constant_ToSection, .to_config = Enum_ToConfig, .values = &on_off, .constant = 1},
-    FieldRule{.key = "stpf_pf_audio_en",       .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &on_off},
-    FieldRule{.key = "stpf_pf_pname_%d",       .to_section = Name_ToSection, .names = stpf_names},
+    Enum("srpf_pf_videoencoder",   codecs),
+    Own("stpf_pf_hres",           Width_ToSection, Resolution_ToConfig),
+    Own("stpf_pf_vres",           Height_ToSection, Resolution_ToConfig),
+    Own("stpf_pf_fps100",         FrameRate_ToSection, FrameRate_ToConfig),
+    Enum("stpf_pf_profile",        profiles),
+    Own("stpf_pf_gop",            GroupOfPictures_ToSection, nullptr),
+    Enum("stpf_pf_ratecontrol",    rate_control),
+    Own("stpf_pf_CBR_bitrate",    ConstantBitRate_ToSection, ConstantBitRate_ToConfig),
+    Own("stpf_pf_CBR_minquality", ConstantBitRate_ToSection, ConstantBitRate_ToConfig),
+    Own("stpf_pf_VBR_maxrate",    BitRate_ToSection, BitRate_ToConfig),
+    FieldRule{.key = "stpf_pf_ovl_en", .to_section = Constant_ToSection, .to_config = Enum_ToConfig,
+              .values = on_off, .constant = 1},
+    Enum("stpf_pf_audio_en",       on_off),
+    Names("stpf_pf_pname_%d",       stpf_extensions),
 };
 // clang-format on
 
+static_assert(IsSound<FaultOf(stpf_table, stpf_fields)>());
+
 }  // namespace
 
-const SectionRules stpf_rules = {8, stpf_table, all_kinds, all_kinds, Text_ToPlainInt};
+const SectionRules stpf_rules = {SectionType::stpf, stpf_table, all_kinds, all_kinds, Text_ToInt};

@@ -1,24 +1,22 @@
 // SPDX-License-Identifier: MIT
 // Rules of date and time (ssdt), users (sssc) and network (ssnt).
 #include <algorithm>
+#include <utility>
 
 #include "param/base64.h"
-#include "param/rule.h"
+#include "param/rule_table.h"
 #include "param/time_zones.h"
 #include "sections/system_records.h"
 
 namespace {
 
 // clang-format off
-constexpr std::array date_format_rows = {EnumRow{0, "ymd"}, EnumRow{1, "mdy"}, EnumRow{2, "dmy"}};
-constexpr std::array ntp_rows         = {EnumRow{1, "NTP"}, EnumRow{0, "Done"}};
-constexpr std::array dhcp_rows        = {EnumRow{1, "dhcp"}, EnumRow{0, "none"}};
-constexpr std::array on_off_rows      = {EnumRow{1, "on"}, EnumRow{0, "off"}};
-
-constexpr Enumeration date_formats = {.rows = date_format_rows, .unknown_text = 2, .unknown_number = 2};
-constexpr Enumeration ntp_switch   = {.rows = ntp_rows,         .unknown_text = 0, .unknown_number = 0};
-constexpr Enumeration dhcp_switch  = {.rows = dhcp_rows,        .unknown_text = 0, .unknown_number = 0};
-constexpr Enumeration on_off       = {.rows = on_off_rows,      .unknown_text = 0, .unknown_number = 0};
+constexpr std::array date_formats = {EnumRow{0, "ymd"}, EnumRow{1, "mdy"}, EnumRow{2, "dmy"},
+                                     UnknownText(2), UnknownNumber("dmy")};
+constexpr std::array ntp_switch   = {EnumRow{1, "NTP"}, EnumRow{0, "Done"},
+                                     UnknownText(0), UnknownNumber("Done")};
+constexpr std::array dhcp_switch  = {EnumRow{1, "dhcp"}, EnumRow{0, "none"},
+                                     UnknownText(0), UnknownNumber("none")};
 // clang-format on
 
 void TimeZone_ToSection(const Conversion& conversion) {
@@ -39,6 +37,19 @@ struct GroupFlags {
   std::size_t telltale;  // the flag that is "1" for this group; looked at in the table's order
 };
 constexpr std::array<GroupFlags, 3> groups = {{{"01000001", 1}, {"00010001", 3}, {"00000100", 5}}};
+
+// Where the parts of the users' accounts lie, in the users' order.
+constexpr std::size_t sssc_users = 5;
+using UserPlaces = std::array<FieldPlace, sssc_users>;
+consteval UserPlaces PlacesFrom(std::string_view first_key) {
+  UserPlaces places;
+  std::size_t index = FieldIndex(sssc_fields, first_key);
+  for (FieldPlace& place : places) place = PlaceOf(sssc_fields, sssc_fields.at(index++).key);
+  return places;
+}
+constexpr UserPlaces user_name = PlacesFrom("sssc_username_1");
+constexpr UserPlaces user_password = PlacesFrom("sssc_password_1");
+constexpr UserPlaces user_group = PlacesFrom("sssc_group_1");
 
 // User 1 is the administrator, whose value has no flags.
 constexpr int administrator = 1;
@@ -68,6 +79,7 @@ void Password_ToSection(const Conversion& conversion) {
 }
 
 void Group_ToSection(const Conversion& conversion) {
+  if (conversion.number == administrator) return Field_SetNumber(conversion.field, 0);
   std::string_view value = Slot_Text(conversion.slots[0]);
   const std::size_t comma = value.find(',');
   if (comma == std::string_view::npos) return;
@@ -82,8 +94,8 @@ void Group_ToSection(const Conversion& conversion) {
 
 // Name, ":" and password of a user, counted from 0, as base64 text. Returns the text's length.
 std::size_t EncodeAccount(const Conversion& conversion, std::size_t user, ValueSlot& encoded) {
-  const std::string_view name = Field_Text(Sibling(conversion, sssc_fields, user));
-  const std::string_view password = Field_Text(Sibling(conversion, sssc_fields, sssc_users + user));
+  const std::string_view name = Field_Text(Sibling(conversion, user_name[user]));
+  const std::string_view password = Field_Text(Sibling(conversion, user_password[user]));
   std::array<std::uint8_t, 65> account;  // two fields without terminators, and the colon
   auto* end = std::copy(name.begin(), name.end(), account.begin());
   *end++ = ':';
@@ -95,12 +107,12 @@ std::size_t EncodeAccount(const Conversion& conversion, std::size_t user, ValueS
 // it.
 void Account_ToConfig(const Conversion& conversion) {
   const int number = conversion.number;
-  if (number < 1 || number > static_cast<int>(sssc_users)) return;
+  if (number < 1 || std::cmp_greater(number, sssc_users)) return;
   const auto user = static_cast<std::size_t>(number) - 1;
   ValueSlot value;
   std::size_t length = EncodeAccount(conversion, user, value);
   if (number != administrator) {
-    const auto group = Field_Number(Sibling(conversion, sssc_fields, 2 * sssc_users + user));
+    const auto group = Field_Number(Sibling(conversion, user_group[user]));
     const auto flags = group < groups.size() ? groups[group].text : std::string_view();
     value[length++] = ',';
     length += flags.copy(&value[length], value.size() - length);
@@ -110,28 +122,32 @@ void Account_ToConfig(const Conversion& conversion) {
 
 // clang-format off
 constexpr std::array ssdt_table = {
-    FieldRule{.key = "ssdt_format",      .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &date_formats},
-    FieldRule{.key = "ssdt_ntp_en",      .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &ntp_switch},
-    FieldRule{.key = "ssdt_ntp_addr_%d", .to_section = Text_ToSection, .to_config = Text_ToConfig},
-    FieldRule{.key = "ssdt_timezone",    .to_section = TimeZone_ToSection, .to_config = TimeZone_ToConfig},
+    Enum("ssdt_format",      date_formats),
+    Enum("ssdt_ntp_en",      ntp_switch),
+    Own("ssdt_ntp_addr_%d", Text_ToSection, Text_ToConfig),
+    Own("ssdt_timezone",    TimeZone_ToSection, TimeZone_ToConfig),
 };
 
 constexpr std::array sssc_table = {
-    FieldRule{.key = "sssc_group_1",     .to_section = Constant_ToSection, .constant = 0},
-    FieldRule{.key = "sssc_username_%d", .to_section = UserName_ToSection, .to_config = Account_ToConfig},
-    FieldRule{.key = "sssc_password_%d", .to_section = Password_ToSection, .to_config = Account_ToConfig},
-    FieldRule{.key = "sssc_group_%d",    .to_section = Group_ToSection,    .to_config = Account_ToConfig},
+    Own("sssc_username_%d", UserName_ToSection, Account_ToConfig),
+    Own("sssc_password_%d", Password_ToSection, Account_ToConfig),
+    Own("sssc_group_%d",    Group_ToSection,    Account_ToConfig),
 };
 
 constexpr std::array ssnt_table = {
-    FieldRule{.key = "ssnt_dhcp_en",     .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &dhcp_switch},
-    FieldRule{.key = "ssnt_dns_auto",    .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = &on_off},
-    FieldRule{.key = "ssnt_pname_%d",    .to_section = Name_ToSection, .names = ssnt_names},
+    Enum("ssnt_dhcp_en",     dhcp_switch),
+    Enum("ssnt_dns_auto",    on_off),
+    Names("ssnt_pname_%d",    ssnt_extensions),
 };
 // clang-format on
 
+static_assert(IsSound<FaultOf(ssdt_table, ssdt_fields)>());
+static_assert(IsSound<FaultOf(sssc_table, sssc_fields)>());
+static_assert(IsSound<FaultOf(ssnt_table, ssnt_fields)>());
+
 }  // namespace
 
-const SectionRules ssdt_rules = {1, ssdt_table, no_kinds, no_kinds, Text_ToPlainInt};
-const SectionRules sssc_rules = {2, sssc_table, no_kinds, no_kinds, Text_ToPlainInt};
-const SectionRules ssnt_rules = {3, ssnt_table, text_and_u16, text_and_16_bit, Text_ToPlainInt};
+const SectionRules ssdt_rules = {SectionType::ssdt, ssdt_table, no_kinds, no_kinds, Text_ToInt};
+const SectionRules sssc_rules = {SectionType::sssc, sssc_table, no_kinds, no_kinds, Text_ToInt};
+const SectionRules ssnt_rules = {SectionType::ssnt, ssnt_table, text_and_u16, text_and_16_bit,
+                                 Text_ToInt};

@@ -3,11 +3,29 @@
 
 #include <charconv>
 #include <limits>
+#include <optional>
+#include <system_error>
 
 namespace {
 
 constexpr bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Takes the number that a text begins with off it; nothing, and the text as it was, when there is
+// none.
+std::optional<int> ReadInt(std::string_view& text) {
+  const auto begin = std::ranges::find_if_not(text, IsSpace);
+  std::string_view number(begin, text.end());
+  if (number.starts_with('+') && !number.starts_with("+-")) number.remove_prefix(1);
+  int value = 0;
+  const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+  if (error == std::errc::invalid_argument) return std::nullopt;
+  if (error == std::errc::result_out_of_range) {
+    using Limits = std::numeric_limits<int>;
+    value = number.starts_with('-') ? Limits::min() : Limits::max();
+  }
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  return value;
+}
 
 }  // namespace
 
@@ -16,31 +34,15 @@ void Slot_SetNumber(ValueSlot& slot, std::int64_t number) {
   (void)std::to_chars(slot.data(), slot.data() + slot.size() - 1, number);  // 20 characters at most
 }
 
-int Text_ToInt(std::string_view text, std::string_view* rest) {
-  constexpr std::int64_t largest = std::numeric_limits<int>::max();
-  constexpr std::int64_t smallest = std::numeric_limits<int>::min();
-  while (!text.empty() && IsSpace(text.front())) text.remove_prefix(1);
-  const bool negative = text.starts_with('-');
-  if (negative || text.starts_with('+')) text.remove_prefix(1);
-  const bool has_digits = !text.empty() && IsDigit(text.front());
-
-  std::int64_t value = 0;
-  for (; !text.empty() && IsDigit(text.front()); text.remove_prefix(1)) {
-    value = std::min(value * 10 + (text.front() - '0'), largest + 1);
-  }
-  if (rest != nullptr && has_digits) *rest = text;
-  return static_cast<int>(std::clamp(negative ? -value : value, smallest, largest));
-}
+int Text_ToInt(std::string_view text) { return ReadInt(text).value_or(0); }
 
 int Text_ScanInts(std::string_view text, std::string_view pattern, int* numbers) {
   int count = 0;
   while (!pattern.empty()) {
     if (pattern.starts_with("%d")) {
-      std::string_view rest = text;
-      numbers[count] = Text_ToInt(text, &rest);
-      if (rest.size() == text.size()) break;
-      ++count;
-      text = rest;
+      const std::optional<int> number = ReadInt(text);
+      if (!number) break;
+      numbers[count++] = *number;
       pattern.remove_prefix(2);
     } else {
       if (text.empty() || text.front() != pattern.front()) break;

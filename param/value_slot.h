@@ -30,9 +30,8 @@ void Slot_SetNumber(ValueSlot& slot, std::int64_t number);
 
 // The decimal number that a text begins with, as atoi(3) reads it: white space and a sign may come
 // first, no digits give 0, and what lies beyond the range of an int counts as the largest or the
-// smallest int. When `rest` is given it receives the text behind the digits, and stays as it was
-// when there are none.
-int Text_ToInt(std::string_view text, std::string_view* rest = nullptr);
+// smallest int.
+int Text_ToInt(std::string_view text);
 
 // Reads the numbers of a text by a pattern such as "%dx%d" into `numbers`, as sscanf(3) does, and
 // returns how many were read.

@@ -23,6 +23,9 @@ inline constexpr unsigned long I2C_REQUEST_REGISTER_WIDTH = 0x0709;
 // One (argument 0) or two (argument 1) data bytes in each transfer.
 inline constexpr unsigned long I2C_REQUEST_DATA_WIDTH = 0x070A;
 
+// How long the chip needs after a write before it answers again, in microseconds.
+inline constexpr unsigned I2C_WRITE_CYCLE_US = 10000;
+
 struct I2cAdapter {
   const char* name;
   // Whether the open device speaks through this back end; prepares it for 16-bit register

@@ -19,7 +19,6 @@ namespace {
 // A chip wraps inside a page when a write runs past the page's end. 32 bytes is the smallest page
 // among chips with 16-bit register addresses; a larger page's ends are ends of these as well.
 constexpr unsigned page_size = 32;
-constexpr unsigned write_cycle_us = 10000;
 constexpr std::size_t most_data_bytes = 2;
 
 I2cSelection selection;
@@ -43,7 +42,7 @@ int Transfer(int fd, std::span<i2c_msg> messages) {
   i2c_rdwr_ioctl_data transfer{messages.data(), static_cast<std::uint32_t>(count)};
   int done = ioctl(fd, I2C_RDWR, &transfer);
   while (done < 0 && errno == EINTR) {
-    Host_SleepMicroseconds(write_cycle_us);
+    Host_SleepMicroseconds(I2C_WRITE_CYCLE_US);
     done = ioctl(fd, I2C_RDWR, &transfer);
   }
   return done == count ? 0 : -1;
@@ -82,7 +81,7 @@ ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
   unsigned address = I2c_RegisterAddress(buffer);
   if (data.size() > 1 && address % page_size == page_size - 1) {
     if (WriteInPage(fd, address++, data.first(1)) != 0) return -1;
-    Host_SleepMicroseconds(write_cycle_us);  // the caller waits after the last write only
+    Host_SleepMicroseconds(I2C_WRITE_CYCLE_US);  // the caller waits after the last write only
     data = data.subspan(1);
   }
   return WriteInPage(fd, address, data) == 0 ? static_cast<ssize_t>(buffer.size()) : -1;

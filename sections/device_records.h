@@ -1,38 +1,65 @@
 // SPDX-License-Identifier: MIT
-// Lens (lvln), audio (lvad) and day/night switching (lvdn): payload layouts, writers and readers.
+// Lens (lvln), audio (lvad) and day/night switching (lvdn).
 #pragma once
 
 #include "sections/field_codec.h"
 
 // clang-format off
+inline constexpr auto lvln_extensions = Extensions<8>({
+    {"refocus_method", "ImageSource.I0.LensControl.Smart.Method"},
+});
 inline constexpr auto lvln_fields = JoinFields(
     std::array{
-        byte_field, s16_field, s16_field,   // focus: motorized, position, speed
-        byte_field, s16_field, s16_field,   // iris: automatic, value, speed
-        s16_field, s16_field},              // zoom: position, speed
-    Repeat<8>(TextField(16)), Repeat<8>(TextField(64)));
+        Field{"lvln_autofc_en", byte_field, "Properties.Lens.Type"},
+        Field{"lvln_focus",     s16_field,  "ImageSource.I0.LensControl.FocusPos"},
+        Field{"lvln_fc_speed",  s16_field,  "PTZ.Speed.FocusSpeed"},
+        Field{"lvln_autoir_en", byte_field, "ImageSource.I0.Iris.Type"},
+        Field{"lvln_iris",      s16_field,  "ImageSource.I0.Iris.Type,ImageSource.I0.Iris.Value"},
+        Field{"lvln_ir_speed",  s16_field,  "PTZ.Speed.IrisSpeed"},
+        Field{"lvln_zoom",      s16_field,  "ImageSource.I0.LensControl.ZoomPos"},
+        Field{"lvln_zm_speed",  s16_field,  "PTZ.Speed.ZoomSpeed"}},
+    NameFields<"lvln_pname_">(lvln_extensions), ValueFields<"lvln_pvalue_">(lvln_extensions));
 
+inline constexpr auto lvad_extensions = Extensions<8>({
+    {"lvad_mode", "Audio.AudioSource.A0.AudioMode"},
+});
 inline constexpr auto lvad_fields = JoinFields(
     std::array{
-        byte_field, u16_field, s16_field,   // encoding, sampling in hertz, noise reduction
-        byte_field, s16_field,              // input: source, gain
-        byte_field, s16_field},             // output: sink, gain
-    Repeat<8>(TextField(16)), Repeat<8>(TextField(64)));
+        Field{"lvad_encoding", byte_field, "Audio.AudioSource.A0.AudioEncoding"},
+        Field{"lvad_sampling", u16_field,  "Audio.AudioSource.A0.AMR.AudioCodecBitRate"},
+        Field{"lvad_denoise",  s16_field,  "Audio.AudioSource.A0.AudioDenoise.Level"},
+        Field{"lvad_insource", byte_field, "Audio.AudioSource.A0.AudioInputType"},
+        Field{"lvad_ingain",   s16_field,  "Audio.AudioSource.A0.AudioInputGain"},
+        Field{"lvad_outsink",  byte_field, "Properties.Audio.OutputType"},
+        Field{"lvad_outgain",  s16_field,  "Audio.AudioSource.A0.AudioOutputGain"}},
+    NameFields<"lvad_pname_">(lvad_extensions), ValueFields<"lvad_pvalue_">(lvad_extensions));
 
+inline constexpr auto lvdn_extensions = Extensions<8>({
+    {"smartir",   "ImageSource.I0.SmartIR"},
+    {"ir_level",  "ImageSource.I0.IR.Level"},
+    {"ir_angle",  "ImageSource.I0.IR.Level2"},
+    {"night_sch", "ImageSource.I0.IR.ScheduleIdx"},
+});
 inline constexpr auto lvdn_fields = JoinFields(
     std::array{
-        byte_field, byte_field, u16_field,  // day/night: automatic, mode, delay
-        s16_field, s16_field, byte_field},  // infrared: low and high threshold, LED mode
-    Repeat<8>(TextField(16)), Repeat<8>(TextField(64)));
+        Field{"lvdn_autodn_en", byte_field, "ImageSource.I0.IR.ICRType"},
+        Field{"lvdn_daynight",  byte_field, "ImageSource.I0.IR.ICRType"},
+        Field{"lvdn_dn_delay",  u16_field,  "ImageSource.I0.IR.LeastTime.DayToNight"},
+        Field{"lvdn_ir_thmin",  s16_field,  "ImageSource.I0.IR.LowTh"},
+        Field{"lvdn_ir_thmax",  s16_field,  "ImageSource.I0.IR.HighTh"},
+        Field{"lvdn_irled",     byte_field, "ImageSource.I0.IR.Type"}},
+    NameFields<"lvdn_ir_pname_">(lvdn_extensions), ValueFields<"lvdn_ir_pvalue_">(lvdn_extensions));
 // clang-format on
 
-static_assert(IsStorable(lvln_fields) && PayloadSize(lvln_fields) == 654);
-static_assert(IsStorable(lvad_fields) && PayloadSize(lvad_fields) == 651);
-static_assert(IsStorable(lvdn_fields) && PayloadSize(lvdn_fields) == 649);
+static_assert(IsSound<FaultOf(lvln_fields, "lvln_")>() && PayloadSize(lvln_fields) == 654);
+static_assert(IsSound<FaultOf(lvad_fields, "lvad_")>() && PayloadSize(lvad_fields) == 651);
+static_assert(IsSound<FaultOf(lvdn_fields, "lvdn_")>() && PayloadSize(lvdn_fields) == 649);
+static_assert(IsSound<FaultOf(lvln_extensions)>() && IsSound<FaultOf(lvad_extensions)>());
+static_assert(IsSound<FaultOf(lvdn_extensions)>());
 
-std::uint32_t EEprom_WriteLvln(int fd, const SectionRecord& record, std::uint32_t payload_address);
-std::uint32_t EEprom_WriteLvad(int fd, const SectionRecord& record, std::uint32_t payload_address);
-std::uint32_t EEprom_WriteLvdn(int fd, const SectionRecord& record, std::uint32_t payload_address);
-int EEprom_ReadLvln(int fd, SectionRecord& record, std::uint32_t payload_address);
-int EEprom_ReadLvad(int fd, SectionRecord& record, std::uint32_t payload_address);
-int EEprom_ReadLvdn(int fd, SectionRecord& record, std::uint32_t payload_address);
+inline constexpr auto EEprom_WriteLvln = EEprom_WriteFields<lvln_fields>;
+inline constexpr auto EEprom_WriteLvad = EEprom_WriteFields<lvad_fields>;
+inline constexpr auto EEprom_WriteLvdn = EEprom_WriteFields<lvdn_fields>;
+inline constexpr auto EEprom_ReadLvln = EEprom_ReadFields<lvln_fields>;
+inline constexpr auto EEprom_ReadLvad = EEprom_ReadFields<lvad_fields>;
+inline constexpr auto EEprom_ReadLvdn = EEprom_ReadFields<lvdn_fields>;

@@ -1,35 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "sections/field_codec.h"
 
-#include <algorithm>
-#include <cstdio>
-
+#include "daemon/log.h"
 #include "eeprom/i2c_eeprom.h"
 
-namespace {
-
-constexpr int big_endian = 7;
-
-void WriteField(int fd, std::uint32_t address, FieldKind kind,
-                std::span<const std::uint8_t> bytes) {
-  switch (kind) {
-    case MAP_TEXT:
-      EEprom_WriteText(fd, address, bytes);
-      return;
-    case MAP_BYTE:
-      (void)EEprom_WriteByte(fd, address, bytes[0]);
-      return;
-    case MAP_U16:
-    case MAP_S16:
-      (void)EEprom_WriteWord(fd, address, Field_Number(bytes), big_endian);
-      return;
-    case MAP_WORD32:
-      (void)EEprom_WriteDword(fd, address, Field_Number(bytes), big_endian);
-      return;
-  }
-}
-
-}  // namespace
+// A refused transfer has been reported, and what comes behind it is written all the same: an image
+// that lacks two bytes is worth more than one that lacks the rest.
 
 void EEprom_WriteText(int fd, std::uint32_t address, std::span<const std::uint8_t> text) {
   while (!text.empty()) {
@@ -40,33 +16,39 @@ void EEprom_WriteText(int fd, std::uint32_t address, std::span<const std::uint8_
   }
 }
 
+void EEprom_WriteField(int fd, std::uint32_t address, FieldKind kind,
+                       std::span<const std::uint8_t> bytes) {
+  if (bytes.empty()) return;
+  if (kind == MAP_TEXT) return EEprom_WriteText(fd, address, bytes);
+  (void)EEprom_WriteValue(fd, address, Field_Number(bytes), static_cast<int>(bytes.size()),
+                          ByteOrder::big_endian);
+}
+
 std::uint32_t EEprom_WritePayload(int fd, const SectionRecord& record, std::uint32_t address,
-                                  std::span<const FieldFormat> fields) {
+                                  std::span<const Field> fields) {
   std::size_t offset = 0;
-  for (const FieldFormat& field : fields) {
-    const auto bytes = Section_Field(record, offset, field.size);
-    if (!bytes.empty()) {
-      WriteField(fd, address + static_cast<std::uint32_t>(offset), field.kind, bytes);
-    }
-    offset += field.size;
+  for (const auto& [key, format, paths] : fields) {
+    const auto bytes = Section_Field(record, offset, format.size);
+    EEprom_WriteField(fd, address + static_cast<std::uint32_t>(offset), format.kind, bytes);
+    offset += format.size;
   }
   return address + static_cast<std::uint32_t>(offset);
 }
 
 int EEprom_ReadPayload(int fd, SectionRecord& record, std::uint32_t address,
-                       std::span<const FieldFormat> fields) {
-  if (record.version != 1) {
-    (void)std::printf("Unsupported data version %d, section type %d\n",
-                      static_cast<int>(record.version), static_cast<int>(record.type));
+                       std::span<const Field> fields) {
+  if (record.version != section_version) {
+    Nv_Print("Unsupported data version %d, section type %d\n", static_cast<int>(record.version),
+             static_cast<int>(record.type));
     return -1;
   }
   record.data.assign(PayloadSize(fields), 0);
   std::size_t offset = 0;
-  for (const FieldFormat& field : fields) {
-    const auto bytes = Section_Field(record, offset, field.size);
+  for (const auto& [key, format, paths] : fields) {
+    const auto bytes = Section_Field(record, offset, format.size);
     EEprom_ReadBytes(fd, address + static_cast<std::uint32_t>(offset), bytes);
-    if (field.kind != MAP_TEXT) std::ranges::reverse(bytes);
-    offset += field.size;
+    if (format.kind != MAP_TEXT) std::ranges::reverse(bytes);
+    offset += format.size;
   }
   return 0;
 }

@@ -1,27 +1,67 @@
 // SPDX-License-Identifier: MIT
-// Image settings (lvim): payload layout, writer and reader.
+// Image settings (lvim).
 #pragma once
 
 #include "sections/field_codec.h"
 
 // clang-format off
+inline constexpr auto lvim_extensions = Extensions<16>({
+    {"denoise3d",      "ImageSource.I0.Sensor.DeNoise.DeNoise3D"},
+    {"defog",          "ImageSource.I0.DeFog.Mode"},
+    {"exptarget",      "ImageSource.I0.Sensor.ExpTarget"},
+    {"colortone",      "ImageSource.I0.Sensor.ColorTone"},
+    {"rotated",        "ImageSource.I0.Sensor.Rotate.Angle"},
+    {"lowlight_en",    "ImageSource.I0.Sensor.LowLightBehavior.Enabled"},
+    {"lowlight_exp",   "ImageSource.I0.Sensor.LowLightBehavior.ExpTarget"},
+    {"lowlight_exmin", "ImageSource.I0.Sensor.LowLightBehavior.ShutterSpeedMin"},
+    {"lowlight_exmax", "ImageSource.I0.Sensor.LowLightBehavior.ShutterSpeedMax"},
+    {"lowlight_gmin",  "ImageSource.I0.Sensor.LowLightBehavior.GainMin"},
+    {"lowlight_gmax",  "ImageSource.I0.Sensor.LowLightBehavior.GainMax"},
+    {"lowlight_mode",  "ImageSource.I0.Sensor.LowLightBehavior.Mode"},
+    {"lowlight_sch",   "ImageSource.I0.Sensor.LowLightBehavior.ScheduleIdx"},
+    {"overlay",        "Image.OSD.TextColor,Image.OSD.BkColor,Image.OSD.Position"},
+    {"denoise2d",      "ImageSource.I0.Sensor.DeNoise.Mode,"
+                       "ImageSource.I0.Sensor.DeNoise.ScheduleIdx"},
+});
 inline constexpr auto lvim_fields = JoinFields(
     std::array{
-        byte_field,                                        // flip and mirror
-        TextField(32), TextField(32),                      // video and snapshot profile
-        byte_field, TextField(64),                         // overlay: enabled, format
-        byte_field, s16_field,                             // brightness: automatic, value
-        byte_field, s16_field,                             // contrast: automatic, value
-        s16_field, s16_field, byte_field,                  // saturation, sharpness, white balance
-        byte_field, byte_field,                            // exposure: automatic, mains frequency
-        u16_field, u16_field, u16_field,                   // exposure: shortest, longest, fixed
-        byte_field, u16_field, u16_field, u16_field,       // gain: automatic, least, most, fixed
-        byte_field, s16_field,                             // wide dynamic range: automatic, level
-        byte_field, s16_field},                            // noise reduction: automatic, level
-    Repeat<16>(TextField(16)), Repeat<16>(TextField(64)));
+        Field{"lvim_flip",            byte_field,    "ImageSource.I0.Sensor.Flip,"
+                                                     "ImageSource.I0.Sensor.Mirror"},
+        Field{"lvim_videoprofile",    TextField(32)},
+        Field{"lvim_snapshotprofile", TextField(32)},
+        Field{"lvim_ovl_en",          byte_field,    "Image.OSD.Date,Image.OSD.Title"},
+        Field{"lvim_ovl_format",      TextField(64), "Image.OSD.Alias,Image.OSD.Title,"
+                                                     "Image.OSD.Date"},
+        Field{"lvim_autobr_en",       byte_field},
+        Field{"lvim_brightness",      s16_field,     "ImageSource.I0.Sensor.Brightness"},
+        Field{"lvim_autoct_en",       byte_field},
+        Field{"lvim_contrast",        s16_field,     "ImageSource.I0.Sensor.Contrast"},
+        Field{"lvim_saturation",      s16_field,     "ImageSource.I0.Sensor.Saturation"},
+        Field{"lvim_sharpness",       s16_field,     "ImageSource.I0.Sensor.Sharpness"},
+        Field{"lvim_whitebalance",    byte_field,    "ImageSource.I0.Sensor.WhiteBalance"},
+        Field{"lvim_autoex_en",       byte_field,    "ImageSource.I0.Sensor.PowerFrequency"},
+        Field{"lvim_autoex_freq",     byte_field,    "ImageSource.I0.Sensor.PowerFrequency"},
+        Field{"lvim_autoex_min",      u16_field,     "ImageSource.I0.Sensor.ShutterSpeedMin"},
+        Field{"lvim_autoex_max",      u16_field,     "ImageSource.I0.Sensor.ShutterSpeedMax"},
+        Field{"lvim_exposure",        u16_field},
+        Field{"lvim_autog_en",        byte_field,    "ImageSource.I0.Sensor.PowerFrequency"},
+        Field{"lvim_autog_min",       u16_field,     "ImageSource.I0.Sensor.GainMin"},
+        Field{"lvim_autog_max",       u16_field,     "ImageSource.I0.Sensor.GainMax"},
+        Field{"lvim_gain",            u16_field},
+        Field{"lvim_autowdr_en",      byte_field,
+              "ImageSource.I0.Sensor.WideDynamicRange.ModeSpk"},
+        Field{"lvim_wdr",             s16_field,
+              "ImageSource.I0.Sensor.WideDynamicRange.ModeSpk,"
+              "ImageSource.I0.Sensor.WideDynamicRange.Level"},
+        Field{"lvim_autodn_en",       byte_field,    "ImageSource.I0.Sensor.DeNoise.Mode"},
+        Field{"lvim_denoise",         s16_field,     "ImageSource.I0.Sensor.DeNoise.Mode,"
+                                                     "ImageSource.I0.Sensor.DeNoise.DeNoiseY"}},
+    NameFields<"lvim_dn_pname_">(lvim_extensions),
+    ValueFields<"lvim_dn_pvalue_">(lvim_extensions));
 // clang-format on
 
-static_assert(IsStorable(lvim_fields) && PayloadSize(lvim_fields) == 1442);
+static_assert(IsSound<FaultOf(lvim_fields, "lvim_")>() && PayloadSize(lvim_fields) == 1442);
+static_assert(IsSound<FaultOf(lvim_extensions)>());
 
-std::uint32_t EEprom_WriteLvim(int fd, const SectionRecord& record, std::uint32_t payload_address);
-int EEprom_ReadLvim(int fd, SectionRecord& record, std::uint32_t payload_address);
+inline constexpr auto EEprom_WriteLvim = EEprom_WriteFields<lvim_fields>;
+inline constexpr auto EEprom_ReadLvim = EEprom_ReadFields<lvim_fields>;

@@ -1,37 +1,71 @@
 // SPDX-License-Identifier: MIT
-// Recording to the memory card (srin) and to network storage (srex): payload layouts, writers and
-// readers.
+// Recording to the memory card (srin) and to network storage (srex).
 #pragma once
 
 #include "sections/field_codec.h"
 
 // clang-format off
+inline constexpr auto srin_extensions = Extensions<8>({
+    {"overwrite",    "Event.MemoryCard.Overwrite"},
+    {"rec_filesize", "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.FileSize"},
+    {"rec_period",   "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Period"},
+    {"rec_sch",      "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Schedule"},
+    {"rec_name",     "Event.Scheduled.S0.Name"},
+});
 inline constexpr auto srin_fields = JoinFields(
     std::array{
-        byte_field, byte_field, byte_field, byte_field,  // card, continuous, on event, event media
-        u16_field, u16_field,                            // seconds before and after an event
-        TextField(32), TextField(32), u16_field},        // video and snapshot profile, days kept
-    Repeat<8>(TextField(16)), Repeat<8>(TextField(64)));
+        Field{"srin_sdcard_en",           byte_field,    "Event.MemoryCard.Enabled"},
+        Field{"srin_rec_continuous",      byte_field,    "Event.Scheduled.S0.ServerType,"
+                                                         "Event.Scheduled.S0.Enabled"},
+        Field{"srin_rec_onevent",         byte_field,    "Event.MemoryCard.Enabled"},
+        Field{"srin_rec_event_media",     byte_field,    "Event.MemoryCard.Media.Type"},
+        Field{"srin_rec_preevent",        u16_field,     "Event.MemoryCard.Media.PreAlarm"},
+        Field{"srin_rec_postevent",       u16_field,     "Event.MemoryCard.Media.PostAlarm"},
+        Field{"srin_rec_videoprofile",    TextField(32), "ImageSource.RecordIndex"},
+        Field{"srin_rec_snapshotprofile", TextField(32), "ImageSource.SnapshotIndex"},
+        Field{"srin_maxdays",             u16_field}},
+    NameFields<"srin_pname_">(srin_extensions), ValueFields<"srin_pvalue_">(srin_extensions));
 
-// The last value field has no row in the section map; it is stored and read like its siblings.
-inline constexpr auto srex_fields = JoinFields(
+inline constexpr auto srex_extensions = Extensions<8>({
+    {"rec_filesize", "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.FileSize"},
+    {"rec_period",   "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Period"},
+    {"rec_sch",      "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Schedule"},
+    {"server_name",  "Event.Server.S%d.Name"},
+    {"rec_name",     "Event.Scheduled.S0.Name"},
+});
+inline constexpr auto srex_fields = WithoutLastKey(JoinFields(
     std::array{
-        byte_field, byte_field,                          // enabled, server type
-        TextField(32), TextField(32), TextField(256),    // domain, address, path
-        u16_field, u16_field, u16_field, u16_field,      // TCP and UDP ports
-        byte_field, byte_field,                          // passive FTP, authentication
-        TextField(32), TextField(32),                    // user name, password
-        byte_field, byte_field, byte_field,              // continuous, on event, event media
-        u16_field, u16_field,                            // seconds before and after an event
-        TextField(32), TextField(32),                    // video and snapshot profile
-        u16_field, word32_field},                        // days and size kept
-    Repeat<8>(TextField(16)), Repeat<8>(TextField(64)));
+        Field{"srex_rec_en",              byte_field,     "Event.Server.S%d.Type"},
+        Field{"srex_server_type",         byte_field,     "Event.Server.S%d.Protocol"},
+        Field{"srex_srv_domain",          TextField(32),  "Event.Server.S%d.Workgroup"},
+        Field{"srex_srv_addr",            TextField(32),  "Event.Server.S%d.Location"},
+        Field{"srex_srv_path",            TextField(256), "Event.Server.S%d.Location"},
+        Field{"srex_srv_tcpport_1",       u16_field},
+        Field{"srex_srv_tcpport_2",       u16_field},
+        Field{"srex_srv_udpport_1",       u16_field},
+        Field{"srex_srv_udpport_2",       u16_field},
+        Field{"srex_srv_ftppasv",         byte_field},
+        Field{"srex_srv_auth",            byte_field,     "Event.Server.S%d.Password"},
+        Field{"srex_srv_username",        TextField(32),  "Event.Server.S%d.Username"},
+        Field{"srex_srv_password",        TextField(32),  "Event.Server.S%d.Password"},
+        Field{"srex_rec_continuous",      byte_field,     "Event.Scheduled.S0.ServerType,"
+                                                          "Event.Scheduled.S0.Enabled"},
+        Field{"srex_rec_onevent",         byte_field,     "Event.Server.S%d.Type"},
+        Field{"srex_rec_event_media",     byte_field,     "Event.Media.M%d.Type"},
+        Field{"srex_rec_preevent",        u16_field,      "Event.Media.M%d.PreAlarm"},
+        Field{"srex_rec_postevent",       u16_field,      "Event.Media.M%d.PostAlarm"},
+        Field{"srex_rec_videoprofile",    TextField(32),  "ImageSource.RecordIndex"},
+        Field{"srex_rec_snapshotprofile", TextField(32),  "ImageSource.SnapshotIndex"},
+        Field{"srex_maxdays",             u16_field},
+        Field{"srex_maxsize",             word32_field,   "Event.Server.S%d.CyclicSize"}},
+    NameFields<"srex_pname_">(srex_extensions), ValueFields<"srex_pvalue_">(srex_extensions)));
 // clang-format on
 
-static_assert(IsStorable(srin_fields) && PayloadSize(srin_fields) == 714);
-static_assert(IsStorable(srex_fields) && PayloadSize(srex_fields) == 1113);
+static_assert(IsSound<FaultOf(srin_fields, "srin_")>() && PayloadSize(srin_fields) == 714);
+static_assert(IsSound<FaultOf(srex_fields, "srex_")>() && PayloadSize(srex_fields) == 1113);
+static_assert(IsSound<FaultOf(srin_extensions)>() && IsSound<FaultOf(srex_extensions)>());
 
-std::uint32_t EEprom_WriteSrin(int fd, const SectionRecord& record, std::uint32_t payload_address);
-std::uint32_t EEprom_WriteSrex(int fd, const SectionRecord& record, std::uint32_t payload_address);
-int EEprom_ReadSrin(int fd, SectionRecord& record, std::uint32_t payload_address);
-int EEprom_ReadSrex(int fd, SectionRecord& record, std::uint32_t payload_address);
+inline constexpr auto EEprom_WriteSrin = EEprom_WriteFields<srin_fields>;
+inline constexpr auto EEprom_WriteSrex = EEprom_WriteFields<srex_fields>;
+inline constexpr auto EEprom_ReadSrin = EEprom_ReadFields<srin_fields>;
+inline constexpr auto EEprom_ReadSrex = EEprom_ReadFields<srex_fields>;

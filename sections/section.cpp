@@ -2,8 +2,8 @@
 #include "sections/section.h"
 
 #include <algorithm>
-#include <cstdio>
 
+#include "daemon/log.h"
 #include "eeprom/i2c_eeprom.h"
 #include "sections/device_records.h"
 #include "sections/image_record.h"
@@ -13,16 +13,15 @@
 
 namespace {
 
-constexpr int big_endian = 7;
 constexpr std::uint32_t version_offset = 4;
 constexpr std::uint32_t next_address_offset = 5;
 
 std::uint32_t WriteIdentification(int fd, const SectionRecord& record, std::uint32_t address) {
-  const auto id = Section_Field(record, 0, identification_id_size);
-  const auto time = Section_Field(record, identification_id_size, 4);
-  const std::string_view text = Field_Text(id);
-  (void)std::printf("id=%.*s,time=%d\n", static_cast<int>(text.size()), text.data(),
-                    static_cast<int>(Field_Number(time)));
+  const auto [id_offset, id_size] = identification_id;
+  const auto [time_offset, time_size] = identification_time;
+  const std::string_view id = Field_Text(Section_Field(record, id_offset, id_size));
+  const std::uint32_t time = Field_Number(Section_Field(record, time_offset, time_size));
+  Nv_Print("id=%.*s,time=%d\n", static_cast<int>(id.size()), id.data(), static_cast<int>(time));
   return EEprom_WritePayload(fd, record, address, identification_fields);
 }
 
@@ -32,32 +31,33 @@ int ReadIdentification(int fd, SectionRecord& record, std::uint32_t address) {
   return EEprom_ReadPayload(fd, record, address, identification_fields);
 }
 
-struct SectionType {
-  std::uint32_t type;
+struct SectionFormat {
+  SectionType type;
   std::size_t payload_size;
   std::uint32_t (*write)(int fd, const SectionRecord& record, std::uint32_t payload_address);
   int (*read)(int fd, SectionRecord& record, std::uint32_t payload_address);
 };
 
 // clang-format off
-constexpr std::array section_types = {
-    SectionType{identification_type, PayloadSize(identification_fields), WriteIdentification, ReadIdentification},
-    SectionType{1,  PayloadSize(ssdt_fields), EEprom_WriteSsdt, EEprom_ReadSsdt},
-    SectionType{2,  PayloadSize(sssc_fields), EEprom_WriteSssc, EEprom_ReadSssc},
-    SectionType{3,  PayloadSize(ssnt_fields), EEprom_WriteSsnt, EEprom_ReadSsnt},
-    SectionType{4,  PayloadSize(lvim_fields), EEprom_WriteLvim, EEprom_ReadLvim},
-    SectionType{5,  PayloadSize(lvln_fields), EEprom_WriteLvln, EEprom_ReadLvln},
-    SectionType{6,  PayloadSize(lvad_fields), EEprom_WriteLvad, EEprom_ReadLvad},
-    SectionType{7,  PayloadSize(lvdn_fields), EEprom_WriteLvdn, EEprom_ReadLvdn},
-    SectionType{8,  PayloadSize(stpf_fields), EEprom_WriteStpf, EEprom_ReadStpf},
-    SectionType{9,  PayloadSize(srin_fields), EEprom_WriteSrin, EEprom_ReadSrin},
-    SectionType{10, PayloadSize(srex_fields), EEprom_WriteSrex, EEprom_ReadSrex},
+constexpr std::array section_formats = {
+    SectionFormat{SectionType::identification, PayloadSize(identification_fields), WriteIdentification, ReadIdentification},
+    SectionFormat{SectionType::ssdt, PayloadSize(ssdt_fields), EEprom_WriteSsdt, EEprom_ReadSsdt},
+    SectionFormat{SectionType::sssc, PayloadSize(sssc_fields), EEprom_WriteSssc, EEprom_ReadSssc},
+    SectionFormat{SectionType::ssnt, PayloadSize(ssnt_fields), EEprom_WriteSsnt, EEprom_ReadSsnt},
+    SectionFormat{SectionType::lvim, PayloadSize(lvim_fields), EEprom_WriteLvim, EEprom_ReadLvim},
+    SectionFormat{SectionType::lvln, PayloadSize(lvln_fields), EEprom_WriteLvln, EEprom_ReadLvln},
+    SectionFormat{SectionType::lvad, PayloadSize(lvad_fields), EEprom_WriteLvad, EEprom_ReadLvad},
+    SectionFormat{SectionType::lvdn, PayloadSize(lvdn_fields), EEprom_WriteLvdn, EEprom_ReadLvdn},
+    SectionFormat{SectionType::stpf, PayloadSize(stpf_fields), EEprom_WriteStpf, EEprom_ReadStpf},
+    SectionFormat{SectionType::srin, PayloadSize(srin_fields), EEprom_WriteSrin, EEprom_ReadSrin},
+    SectionFormat{SectionType::srex, PayloadSize(srex_fields), EEprom_WriteSrex, EEprom_ReadSrex},
 };
 // clang-format on
 
-const SectionType* FindType(std::uint32_t type) {
-  const auto* found = std::ranges::find(section_types, type, &SectionType::type);
-  return found == section_types.end() ? nullptr : found;
+// Null for a type that does not exist.
+const SectionFormat* FindFormat(SectionType type) {
+  const auto* found = std::ranges::find(section_formats, type, &SectionFormat::type);
+  return found == section_formats.end() ? nullptr : found;
 }
 
 std::uint32_t ReadNumber(int fd, std::uint32_t address, int count) {
@@ -66,11 +66,22 @@ std::uint32_t ReadNumber(int fd, std::uint32_t address, int count) {
   return value;
 }
 
+// A refused transfer has been reported; the rest of the section is written all the same.
+void WriteHeader(int fd, const SectionRecord& record) {
+  const std::uint32_t address = record.address;
+  const auto version = static_cast<std::uint8_t>(record.version & 0xFFU);
+  (void)EEprom_WriteDword(fd, address, static_cast<std::uint32_t>(record.type),
+                          ByteOrder::big_endian);
+  (void)EEprom_WriteByte(fd, address + version_offset, version);
+  (void)EEprom_WriteDword(fd, address + next_address_offset, record.next_address,
+                          ByteOrder::big_endian);
+}
+
 }  // namespace
 
-std::size_t Section_PayloadSize(std::uint32_t type) {
-  const SectionType* section_type = FindType(type);
-  return section_type == nullptr ? 0 : section_type->payload_size;
+std::size_t Section_PayloadSize(SectionType type) {
+  const SectionFormat* format = FindFormat(type);
+  return format == nullptr ? 0 : format->payload_size;
 }
 
 bool Section_Prepare(SectionRecord& record) {
@@ -82,28 +93,23 @@ bool Section_Prepare(SectionRecord& record) {
   return true;
 }
 
-void Section_ReportUnknownType(const char* function, std::uint32_t type) {
-  (void)std::printf("%s: Unknown section type %d.\n", function, static_cast<int>(type));
+void Section_ReportUnknownType(const char* function, SectionType type) {
+  Nv_Print("%s: Unknown section type %d.\n", function, static_cast<int>(type));
 }
 
 void Section_PrintHeader(const SectionRecord& record) {
-  (void)std::printf("Section Type=0x%x,Section Version=0x%x,next address=0x%x\n", record.type,
-                    record.version, record.next_address);
+  Nv_Print("Section Type=0x%x,Section Version=0x%x,next address=0x%x\n",
+           static_cast<unsigned>(record.type), record.version, record.next_address);
 }
 
 int EEprom_WriteSection(int fd, SectionRecord& record) {
-  const std::uint32_t address = record.address;
-  (void)EEprom_WriteDword(fd, address, record.type, big_endian);
-  (void)EEprom_WriteByte(fd, address + version_offset,
-                         static_cast<std::uint8_t>(record.version & 0xFFU));
-  (void)EEprom_WriteDword(fd, address + next_address_offset, record.next_address, big_endian);
-
-  const SectionType* section_type = FindType(record.type);
-  if (section_type == nullptr) {
+  WriteHeader(fd, record);
+  const SectionFormat* format = FindFormat(record.type);
+  if (format == nullptr) {
     Section_ReportUnknownType("EEprom_WriteSection", record.type);
     return 0;
   }
-  record.address = section_type->write(fd, record, address + SECTION_HEADER_SIZE);
+  record.address = format->write(fd, record, record.address + SECTION_HEADER_SIZE);
   return 0;
 }
 
@@ -111,17 +117,17 @@ int EEprom_ReadSection(int fd, SectionRecord& record) {
   const std::uint32_t address = record.address;
   const int status = EEprom_SelectByteWidth(fd);
   record.data.clear();
-  record.type = ReadNumber(fd, address, 4);
+  record.type = SectionType{ReadNumber(fd, address, 4)};
   record.version = ReadNumber(fd, address + version_offset, 1);
   record.next_address = ReadNumber(fd, address + next_address_offset, 4);
 
-  const SectionType* section_type = FindType(record.type);
-  if (section_type == nullptr) {
+  const SectionFormat* format = FindFormat(record.type);
+  if (format == nullptr) {
     Section_ReportUnknownType("EEprom_ReadSection", record.type);
     return -1;
   }
-  const int result = section_type->read(fd, record, address + SECTION_HEADER_SIZE);
-  if (result != 0 || record.type != identification_type) return result;
+  const int result = format->read(fd, record, address + SECTION_HEADER_SIZE);
+  if (result != 0 || record.type != SectionType::identification) return result;
   if (status < 0) record.data.clear();  // a failed read leaves no payload
   return status;
 }

@@ -7,30 +7,31 @@
 #include "sections/field_codec.h"
 
 inline constexpr std::uint32_t SECTION_HEADER_SIZE = 9;
-inline constexpr std::uint32_t section_version = 1;
 
-// The identification section; the bytes 53 50 52 4B in ascending addresses.
-inline constexpr std::uint32_t identification_type = 0x5350524B;
-inline constexpr std::size_t identification_id_size = 32;
+// The identification section lies at address 0.
 inline constexpr std::array identification_fields = {
-    TextField(identification_id_size),  // id: product number, NUL-padded
-    word32_field,                       // time: seconds since 1970
+    Field{"id", TextField(32)},   // product number, NUL-padded; a longer one has no terminator
+    Field{"time", word32_field},  // seconds since 1970 when the image was last written to
 };
-inline constexpr std::uint32_t identification_id_address = SECTION_HEADER_SIZE;
-inline constexpr std::uint32_t identification_time_address =
-    identification_id_address + identification_id_size;
-static_assert(IsStorable(identification_fields) && PayloadSize(identification_fields) == 36);
-static_assert(identification_time_address == 41);
+inline constexpr FieldPlace identification_id = PlaceOf(identification_fields, "id");
+inline constexpr FieldPlace identification_time = PlaceOf(identification_fields, "time");
+static_assert(IsSound<FaultOf(identification_fields, "")>());
+static_assert(PayloadSize(identification_fields) == 36);
 
-// The payload's size in bytes by section type (1 to 10 and identification); 0 for any other type.
-std::size_t Section_PayloadSize(std::uint32_t type);
+// The EEPROM address of a field of the section whose header lies at `section`.
+constexpr std::uint32_t Section_FieldAddress(std::uint32_t section, std::size_t offset) {
+  return section + SECTION_HEADER_SIZE + static_cast<std::uint32_t>(offset);
+}
+
+// The payload's size in bytes by section type; 0 for a type that does not exist.
+std::size_t Section_PayloadSize(SectionType type);
 
 // Fills in what a new section of the record's type needs: version, zeroed payload, and the next
 // address right behind the section. Returns false, with no payload, for an unknown type.
 bool Section_Prepare(SectionRecord& record);
 
 // "%s: Unknown section type %d.\n"
-void Section_ReportUnknownType(const char* function, std::uint32_t type);
+void Section_ReportUnknownType(const char* function, SectionType type);
 
 // "Section Type=0x%x,Section Version=0x%x,next address=0x%x\n"
 void Section_PrintHeader(const SectionRecord& record);

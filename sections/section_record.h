@@ -11,8 +11,27 @@
 #include <string_view>
 #include <vector>
 
+// What a section holds, as its header says it; a number from the EEPROM may be any other.
+enum class SectionType : std::uint32_t {
+  none = 0,
+  ssdt = 1,                     // date and time
+  sssc = 2,                     // users
+  ssnt = 3,                     // network
+  lvim = 4,                     // image
+  lvln = 5,                     // lens
+  lvad = 6,                     // audio
+  lvdn = 7,                     // day/night switching and infrared
+  stpf = 8,                     // stream profile
+  srin = 9,                     // recording to the memory card
+  srex = 10,                    // recording to network storage
+  identification = 0x5350524B,  // the bytes 53 50 52 4B in ascending addresses
+  end_of_map = 0xFFFFFFFF,
+};
+
+inline constexpr std::uint32_t section_version = 1;
+
 struct SectionRecord {
-  std::uint32_t type = 0;
+  SectionType type = SectionType::none;
   std::uint32_t version = 0;       // only the low byte is stored
   std::uint32_t address = 0;       // of the section's header in the EEPROM
   std::vector<std::uint8_t> data;  // the payload; empty when there is none

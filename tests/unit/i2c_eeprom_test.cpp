@@ -10,7 +10,8 @@
 namespace {
 
 constexpr int fd = 7;
-constexpr int big = 7;  // any swap flag other than 0
+constexpr ByteOrder big = ByteOrder::big_endian;
+constexpr ByteOrder little = ByteOrder::little_endian;
 
 std::string TrafficOf(const std::function<void()>& action) {
   camera.bus.clear();
@@ -30,12 +31,12 @@ TEST(I2cEeprom, SendsExactlyTheseTransfers) {
       {[] { return EEprom_WriteByte(fd, 0x1234, 0xAB); }, "0706=A0 070A=0 [34 12 AB] wait=10000 "},
       {[] { return EEprom_WriteWord(fd, 0x1234, 0x11225678, big); },
        "0706=A0 070A=1 [34 12 78 56] wait=10000 "},
-      {[] { return EEprom_WriteWord(fd, 0x1234, 0x5678, 0); },
+      {[] { return EEprom_WriteWord(fd, 0x1234, 0x5678, little); },
        "0706=A0 070A=1 [34 12 56 78] wait=10000 "},
       {[] { return EEprom_WriteDword(fd, 0x10, 0x01020304, big); },
        "0706=A0 070A=1 [10 00 02 01] wait=10000 070A=1 [12 00 04 03] wait=10000 "},
       // A pair across a page goes out byte by byte.
-      {[] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, 0); },
+      {[] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, little); },
        "0706=A0 070A=1 [FD 00 03 04] wait=10000 "
        "070A=0 [FF 00 02] wait=10000 [00 01 01] wait=10000 "},
       {[] { return EEprom_WriteRaw(fd, 0x20, raw); },
@@ -43,14 +44,14 @@ TEST(I2cEeprom, SendsExactlyTheseTransfers) {
       {[] { return EEprom_WriteRaw(fd, 0x20, {}); }, "0706=A0 "},
       {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, big); },
        "0706=A0 070A=1 [20 00 02 01] wait=10000 070A=0 [22 00 03] wait=10000 "},
-      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, 0); },
+      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, little); },
        "0706=A0 070A=1 [20 00 02 03] wait=10000 070A=0 [22 00 01] wait=10000 "},
-      {[] { return EEprom_WriteValue(fd, 0x20, 1, 0, 0); }, "0706=A0 "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 1, 0, little); }, "0706=A0 "},
       // The blocks of both chips; a split does not choose the block again.
       {[] { return EEprom_WriteByte(fd, 0x20001, 9); }, "0706=A4 070A=0 [01 00 09] wait=10000 "},
       {[] { return EEprom_WriteByte(fd, 0x40001, 9); }, "0706=A8 070A=0 [01 00 09] wait=10000 "},
       {[] { return EEprom_WriteByte(fd, 0x70001, 9); }, "0706=AE 070A=0 [01 00 09] wait=10000 "},
-      {[] { return EEprom_WriteWord(fd, 0x3FFFF, 0x0201, 0); },
+      {[] { return EEprom_WriteWord(fd, 0x3FFFF, 0x0201, little); },
        "0706=A6 070A=0 [FF FF 01] wait=10000 [00 00 02] wait=10000 "},
   };
   for (const Case& each : cases) {
@@ -91,15 +92,16 @@ TEST(I2cEeprom, ReadsByteByByte) {
 }
 
 TEST(Section, RoundTripsThroughTheChip) {
-  for (const std::uint32_t type : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 10U, identification_type}) {
+  for (const std::uint32_t number : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 10U, 0x5350524BU}) {
+    const SectionType type{number};
     FitCamera();
     SectionRecord written;
     written.type = type;
     written.address = 0x1F3;
     ASSERT_TRUE(Section_Prepare(written));
     const std::uint32_t end = written.next_address;
-    std::uint8_t number = 0;
-    for (std::uint8_t& byte : written.data) byte = ++number;
+    std::uint8_t value = 0;
+    for (std::uint8_t& byte : written.data) byte = ++value;
     EXPECT_EQ("499+" + std::to_string(end - 0x1F3), WrittenBy([&] {
                 (void)OutputOf([&] { EXPECT_EQ(0, EEprom_WriteSection(fd, written)); });
               }));
@@ -116,7 +118,7 @@ TEST(Section, RoundTripsThroughTheChip) {
 TEST(Section, ReportsWhatItDoesNotKnow) {
   FitCamera();
   SectionRecord record;
-  record.type = 11;
+  record.type = SectionType{11};
   record.address = 100;
   EXPECT_EQ("EEprom_WriteSection: Unknown section type 11.\n",
             OutputOf([&] { EXPECT_EQ(0, EEprom_WriteSection(fd, record)); }));

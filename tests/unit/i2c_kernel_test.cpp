@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t page_size = 32;
 constexpr unsigned write_cycle_us = 10000;
+constexpr ByteOrder big = ByteOrder::big_endian;
 
 struct Bus {
   bool is_vendor_driver = false;
@@ -110,8 +111,10 @@ TEST(I2cKernel, LeavesTheBytesThatTheVendorsBuffersLeave) {
   static constexpr std::array<std::uint8_t, 3> raw = {0x11, 0x22, 0x33};
   const std::vector<std::function<int(int fd, std::uint32_t address)>> calls = {
       [](int on, auto at) { return EEprom_WriteByte(on, at, 0x5A); },
-      [](int on, auto at) { return EEprom_WriteWord(on, at, 0x1234, 6); },
-      [](int on, auto at) { return EEprom_WriteDword(on, at, 0x12345678, 0); },
+      [](int on, auto at) { return EEprom_WriteWord(on, at, 0x1234, big); },
+      [](int on, auto at) {
+        return EEprom_WriteDword(on, at, 0x12345678, ByteOrder::little_endian);
+      },
       [](int on, auto at) { return EEprom_WriteRaw(on, at, raw); }};
   FitCamera();
   const I2cAdapter* vendor_buffers = I2c_UseAdapter(nullptr);
@@ -135,8 +138,8 @@ TEST(I2cKernel, LeavesTheBytesThatTheVendorsBuffersLeave) {
 
 TEST(I2cKernel, SendsTheRegisterAddressHighByteFirst) {
   const int fd = OpenBus({});
-  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x122F, 0xABCD, 6));
-  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x51F, 0xABCD, 6)) << "across a page of the chip";
+  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x122F, 0xABCD, big));
+  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x51F, 0xABCD, big)) << "across a page of the chip";
   EXPECT_EQ(30000U, camera.slept_us) << "a write cycle for each transfer";
   EXPECT_EQ(0xCDU, ReadByte(fd, 0x1230));
   EXPECT_EQ("50[12 2F AB CD] 50[05 1F AB] 50[05 20 CD] 50[12 30] 50(CD) ", bus.messages);
@@ -157,7 +160,7 @@ TEST(I2cKernel, ReportsWhatNothingAnswers) {
   for (const int refused : {0, 1}) {
     const int fd = OpenBus({.refuse_call = refused});
     EXPECT_EQ("I2C_WRITE error!\n",
-              OutputOf([fd] { EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x1F, 0x1122, 6)); }));
+              OutputOf([fd] { EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x1F, 0x1122, big)); }));
     EXPECT_EQ(refused + 1, bus.calls) << "nothing is sent behind it";
     bus.refuse_call = bus.calls;
     EXPECT_EQ(0x34U, ReadByte(fd, 0x1234)) << "the address stays";

@@ -170,8 +170,10 @@ TEST(Clamp, LowersWhatTheSensorCanNotDo) {
   SetParameter("StreamProfile.I3.Video.Resolution", "wide");
   SetParameter("StreamProfile.I3.Video.FPS", "26");
   camera.actions.clear();
-  EXPECT_EQ("6221+2 41+4 6223+2 41+4 7571+2 41+4 7573+2 41+4 6225+2 41+4 6228+2 41+4 8925+2 41+4 8928+2 41+4",
-            WrittenBy([] { EXPECT_EQ(0, Nv_ClampStreamSettings()); }));
+  EXPECT_EQ(
+      "6221+2 41+4 6223+2 41+4 7571+2 41+4 7573+2 41+4 6225+2 41+4 6228+2 41+4 8925+2 41+4 8928+2 "
+      "41+4",
+      WrittenBy([] { EXPECT_EQ(0, Nv_ClampStreamSettings()); }));
   EXPECT_EQ("1280x2000", Parameter("StreamProfile.I0.Video.Resolution")) << "the width decides";
   EXPECT_EQ("1280x960", Parameter("StreamProfile.I1.Video.Resolution"));
   EXPECT_EQ("1280x960", Parameter("StreamProfile.I2.Video.Resolution"));

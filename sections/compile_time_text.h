@@ -41,3 +41,21 @@ consteval auto DecimalLiteral() {
     return Literal<3>(std::array<char, 3>{'0' + number / 10, '0' + number % 10, '\0'});
   }
 }
+
+// What a check of a table has found, with the row that it is about. The compiler shows the text of
+// one that is not empty.
+struct Finding {
+  char text[128]{};  // NOLINT(*-avoid-c-arrays): compilers show this kind of array as a text
+  consteval Finding() = default;
+  consteval Finding(std::string_view row, std::string_view fault) {
+    char* end = std::copy_n(row.begin(), std::min<std::size_t>(row.size(), 63), text);
+    end = std::ranges::copy(std::string_view(": "), end).out;
+    std::copy_n(fault.begin(), std::min<std::size_t>(fault.size(), 62), end);
+  }
+};
+
+template <Finding finding>
+consteval bool IsSound() {
+  static_assert(finding.text[0] == '\0', "a table has a fault: the finding says which row");
+  return true;
+}

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+// How the rule tables are written: one short line a rule, checked by the compiler.
+#pragma once
+
+#include "param/rule.h"
+
+consteval EnumRow UnknownText(int number) {
+  return {.number = number, .text = {}, .use = RowUse::unknown_text};
+}
+
+consteval EnumRow UnknownNumber(std::string_view text,
+                                std::optional<std::string_view> second = std::nullopt) {
+  return {.number = 0, .text = text, .second = second, .use = RowUse::unknown_number};
+}
+
+// Enumerations that more than one section type has.
+inline constexpr std::array on_off = {EnumRow{1, "on"}, EnumRow{0, "off"}, UnknownText(0),
+                                      UnknownNumber("off")};
+inline constexpr std::array if_automatic = {EnumRow{1, "auto"}, UnknownText(0)};
+
+// Whether a row is never reached, because an earlier one has its text or its number.
+consteval bool HidesText(const EnumRow& earlier, const EnumRow& row) {
+  using enum RowUse;
+  if (row.use == to_config || row.use == unknown_number) return false;
+  if (earlier.use == unknown_text) return true;
+  if (earlier.use != both && earlier.use != to_section) return false;
+  return row.use != unknown_text && earlier.text == row.text &&
+         (!earlier.second || earlier.second == row.second);
+}
+
+consteval bool HidesNumber(const EnumRow& earlier, const EnumRow& row) {
+  using enum RowUse;
+  if (row.use == to_section || row.use == unknown_text) return false;
+  if (earlier.use == unknown_number) return true;
+  if (earlier.use != both && earlier.use != to_config) return false;
+  return row.use != unknown_number && earlier.number == row.number;
+}
+
+void a_text_or_a_number_stands_twice();  // has no body: such an enumeration does not compile
+
+// The rules. A key that ends in "%d" stands for every key with a number in that place.
+consteval FieldRule Enum(std::string_view key, std::span<const EnumRow> values) {
+  for (std::size_t i = 1; i < values.size(); ++i) {
+    for (const EnumRow& earlier : values.first(i)) {
+      if (HidesText(earlier, values[i]) || HidesNumber(earlier, values[i])) {
+        a_text_or_a_number_stands_twice();
+      }
+    }
+  }
+  return {.key = key, .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = values};
+}
+
+consteval FieldRule Names(std::string_view key, std::span<const Extension> extensions) {
+  return {.key = key, .to_section = Name_ToSection, .extensions = extensions};
+}
+
+consteval FieldRule Constant(std::string_view key, std::uint32_t constant) {
+  return {.key = key, .to_section = Constant_ToSection, .constant = constant};
+}
+
+// A rule with converters of its own; null: by the field's kind.
+consteval FieldRule Own(std::string_view key, Converter to_section, Converter to_config) {
+  return {.key = key, .to_section = to_section, .to_config = to_config};
+}
+
+// What is wrong between a rule table and its section's fields: a rule that is never used, or two
+// fields of the same parameter and no rule that tells what each of them is.
+consteval Finding FaultOf(std::span<const FieldRule> rules, std::span<const Field> fields) {
+  const auto follows = [](const Field& field, const FieldRule& rule) {
+    return IsAbout(rule, field.key);
+  };
+  const auto has_rule = [&](const Field& field) {
+    return std::ranges::any_of(rules, [&](const FieldRule& rule) { return follows(field, rule); });
+  };
+  for (const FieldRule& rule : rules) {
+    if (std::ranges::none_of(fields, [&](const Field& field) { return follows(field, rule); })) {
+      return {rule.key, "no field has the rule's key"};
+    }
+  }
+  for (const Field& field : fields) {
+    if (field.paths.empty() || has_rule(field)) continue;
+    if (std::ranges::any_of(fields, [&](const Field& other) {
+          return &other != &field && other.paths == field.paths && !has_rule(other);
+        })) {
+      return {field.key, "another field without a rule has the same path"};
+    }
+  }
+  return {};
+}
