@@ -22,60 +22,50 @@ EmulatedCamera camera;
 
 namespace {
 
-constexpr unsigned write_cycle_us = 10000;
-constexpr std::uint32_t page_mask = 0xFF;
-
 std::uint32_t block;  // address bits 16 to 18, which the device address carries
 std::size_t width;    // data bytes of a transfer
-bool busy;            // in the write cycle
 
-std::string Hex(unsigned long number) {
-  std::array<char, 20> text;
-  (void)std::snprintf(text.data(), text.size(), "%lX", number);
-  return text.data();
-}
-
-int OnRequest(int, unsigned long request, unsigned long argument) {
-  if (camera.records) camera.bus += "0" + Hex(request) + "=" + Hex(argument) + " ";
-  if (request == I2C_SLAVE_FORCE) block = static_cast<std::uint32_t>(argument & 0x0EU) << 15U;
-  if (request != I2C_REQUEST_DATA_WIDTH) return 0;
-  width = argument + 1;
-  return camera.width_answer;
+void Record(const char* before, std::span<const std::uint8_t> bytes, const char* behind) {
+  if (camera.records) camera.bus += before + HexText(bytes) + behind;
 }
 
 // The first `count` bytes of a transfer arrive.
 void Keep(std::vector<std::uint8_t>& chip, const Transfer& transfer, std::uint32_t count) {
+  constexpr std::uint32_t page_mask = 0xFF;
   for (std::uint32_t i = 0; i < count; ++i) {
     const std::uint32_t in_page = (transfer.address + i) & page_mask;
     chip.at((transfer.address & ~page_mask) | in_page) = transfer.bytes[i];
   }
 }
 
-ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
-  Transfer transfer = {block + I2c_RegisterAddress(buffer), {}, 0};
-  if (camera.records) camera.bus += "[" + HexText(buffer) + "] ";
-  if (buffer.size() != 2 + width) return -1;
-  for (std::size_t i = buffer.size(); i-- > 2;) transfer.bytes[transfer.size++] = buffer[i];
-  const auto number = static_cast<long>(camera.writes.size());
-  camera.writes.push_back(transfer);
-  if (camera.absent || busy || number == camera.refuse_write) return -1;
-  busy = true;
-  if (camera.lost_from < 0 || number < camera.lost_from) {
-    Keep(camera.chip, transfer, transfer.size);
+int OnRequest(int, unsigned long request, unsigned long argument) {
+  const bool selects_chip = request == I2C_SLAVE_FORCE;
+  Record(selects_chip ? "" : "w", std::array{static_cast<std::uint8_t>(argument)}, " ");
+  if (selects_chip) {
+    block = static_cast<std::uint32_t>(argument & 0x0EU) << 15U;
+    return 0;
   }
-  return static_cast<ssize_t>(buffer.size());
+  width = argument + 1;
+  return request == I2C_REQUEST_DATA_WIDTH ? camera.width_answer : -1;
+}
+
+ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
+  Record("[", buffer, "] ");
+  if (buffer.size() != 2 + width) return -1;
+  Transfer transfer = {block + I2c_RegisterAddress(buffer), {}, 0};
+  for (std::size_t i = buffer.size(); i-- > 2;) transfer.bytes[transfer.size++] = buffer[i];
+  return ChipWrites(transfer) ? static_cast<ssize_t>(buffer.size()) : -1;
 }
 
 ssize_t OnRead(int, std::span<std::uint8_t> buffer) {
-  if (camera.records) camera.bus += "(" + HexText(buffer) + ") ";
-  if (camera.absent || busy || camera.reads++ == camera.refuse_read) return -1;
-  buffer[0] = camera.chip.at(block + I2c_RegisterAddress(buffer));
-  return static_cast<ssize_t>(buffer.size());
+  Record("(", buffer, ") ");
+  const bool answered = ChipReads(block + I2c_RegisterAddress(buffer), buffer[0]);
+  return answered ? static_cast<ssize_t>(buffer.size()) : -1;
 }
 
 void OnWait(unsigned microseconds) {
-  if (camera.records) camera.bus += "wait=" + std::to_string(microseconds) + " ";
-  if (microseconds >= write_cycle_us) busy = false;
+  Record(microseconds == 10000 ? "~" : "~?", {}, " ");
+  Host_SleepMicroseconds(microseconds);
 }
 
 constexpr I2cAdapter adapter = {.name = "emulated",
@@ -88,9 +78,33 @@ constexpr I2cAdapter adapter = {.name = "emulated",
 }  // namespace
 
 std::string HexText(std::span<const std::uint8_t> bytes) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
   std::string text;
-  for (const std::uint8_t byte : bytes) text += (byte < 16 ? " 0" : " ") + Hex(byte);
-  return text.substr(1);
+  for (const std::uint8_t byte : bytes) {
+    if (!text.empty()) text += ' ';
+    text += {digits[byte / 16], digits[byte % 16]};
+  }
+  return text;
+}
+
+bool ChipWrites(const Transfer& transfer) {
+  constexpr unsigned write_cycle_us = 10000;
+  const auto number = static_cast<long>(camera.writes.size());
+  camera.writes.push_back(transfer);
+  const bool busy = camera.slept_us < camera.busy_until;
+  if (camera.absent || busy || number == camera.refuse_write) return false;
+  camera.busy_until = camera.slept_us + write_cycle_us;
+  if (camera.lost_from < 0 || number < camera.lost_from) {
+    Keep(camera.chip, transfer, transfer.size);
+  }
+  return true;
+}
+
+bool ChipReads(std::uint32_t address, std::uint8_t& data) {
+  const bool busy = camera.slept_us < camera.busy_until;
+  if (camera.absent || busy || camera.reads++ == camera.refuse_read) return false;
+  data = camera.chip.at(address);
+  return true;
 }
 
 // The host's system log and sockets are not for tests.
@@ -104,7 +118,7 @@ int unix_socket_open(const char*) {
 }
 
 void Host_ReserveStandardDescriptors() {}
-std::uint32_t Host_Time() { return camera.time; }
+std::uint32_t Host_Time() { return 0x01020304; }
 void Host_SleepMicroseconds(unsigned microseconds) { camera.slept_us += microseconds; }
 void Host_SleepSeconds(unsigned seconds) {
   camera.actions.push_back("sleep " + std::to_string(seconds));
@@ -147,7 +161,6 @@ void FitCamera(const Parameters& parameters) {
   for (const auto& [path, value] : parameters) SetParameter(path, value);
   camera.factory_file = camera.files[device_conf];
   camera.actions.clear();
-  busy = false;
   (void)I2c_UseAdapter(&adapter);
   eeprom_handle = 7;  // any number; nothing but the adapter sees it
   SectionList_Free();

@@ -19,14 +19,13 @@ struct Transfer {
 };
 
 struct EmulatedCamera {
-  // The EEPROM. It has pages of 256 bytes and answers nothing during its write cycle.
   std::vector<std::uint8_t> chip = std::vector<std::uint8_t>(0x80000, 0xFF);
   std::vector<Transfer> writes;  // all that were tried
   long reads = 0;
   bool records = false;
-  std::string bus;  // what went over it while `records`: "0706=A0 070A=1 [29 00 02 01] wait=10000 "
-  // Its faults.
-  bool absent = false;     // nobody answers, on reads and writes
+  std::string bus;  // requests, buffers and waits while `records`: "A0 w01 [29 00 02 01] ~ "
+  // Faults.
+  bool absent = false;     // nobody answers on the bus
   long refuse_write = -1;  // the number of the one write, from 0, that nobody answers
   long refuse_read = -1;
   long lost_from = -1;   // this write and all behind it arrive without changing a byte
@@ -35,12 +34,17 @@ struct EmulatedCamera {
   std::map<std::string, std::string> files;
   std::vector<std::string> actions;  // commands run, "save", "sleep 3", "listen", in order
   std::string factory_file;          // what the command "restore" makes of device.conf
-  std::uint32_t time = 0x01020304;
-  unsigned slept_us = 0;
+  std::uint64_t slept_us = 0;
+  std::uint64_t busy_until = 0;  // by the time slept: the end of the chip's write cycle
 };
 extern EmulatedCamera camera;
 
 using Parameters = std::map<std::string, std::string>;
+
+// The chip's side of the bus: it has pages of 256 bytes and answers nothing during its write cycle.
+// False: it did not answer.
+bool ChipWrites(const Transfer& transfer);
+bool ChipReads(std::uint32_t address, std::uint8_t& data);
 
 // A fresh camera with an erased EEPROM, these parameters in device.conf and the daemon's state as
 // at its start.

@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr int fd = 7;
 constexpr ByteOrder big = ByteOrder::big_endian;
 constexpr ByteOrder little = ByteOrder::little_endian;
@@ -23,40 +25,31 @@ std::string TrafficOf(const std::function<void()>& action) {
 
 TEST(I2cEeprom, SendsExactlyTheseTransfers) {
   static constexpr std::array<std::uint8_t, 3> raw = {1, 2, 3};
-  struct Case {
-    std::function<int()> call;
-    const char* traffic;
-  };
-  const std::vector<Case> cases = {
-      {[] { return EEprom_WriteByte(fd, 0x1234, 0xAB); }, "0706=A0 070A=0 [34 12 AB] wait=10000 "},
-      {[] { return EEprom_WriteWord(fd, 0x1234, 0x11225678, big); },
-       "0706=A0 070A=1 [34 12 78 56] wait=10000 "},
-      {[] { return EEprom_WriteWord(fd, 0x1234, 0x5678, little); },
-       "0706=A0 070A=1 [34 12 56 78] wait=10000 "},
+  const std::vector<std::pair<std::function<int()>, const char*>> cases = {
+      {[] { return EEprom_WriteByte(fd, 0x1234, 0xAB); }, "A0 w00 [34 12 AB] ~ "},
+      {[] { return EEprom_WriteWord(fd, 0x12, 0x11225678, big); }, "A0 w01 [12 00 78 56] ~ "},
+      {[] { return EEprom_WriteWord(fd, 0x12, 0x5678, little); }, "A0 w01 [12 00 56 78] ~ "},
       {[] { return EEprom_WriteDword(fd, 0x10, 0x01020304, big); },
-       "0706=A0 070A=1 [10 00 02 01] wait=10000 070A=1 [12 00 04 03] wait=10000 "},
-      // A pair across a page goes out byte by byte.
+       "A0 w01 [10 00 02 01] ~ w01 [12 00 04 03] ~ "},
+      // A pair across a page goes out byte by byte, without choosing the block again.
       {[] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, little); },
-       "0706=A0 070A=1 [FD 00 03 04] wait=10000 "
-       "070A=0 [FF 00 02] wait=10000 [00 01 01] wait=10000 "},
-      {[] { return EEprom_WriteRaw(fd, 0x20, raw); },
-       "0706=A0 070A=1 [20 00 02 01] wait=10000 070A=0 [22 00 03] wait=10000 "},
-      {[] { return EEprom_WriteRaw(fd, 0x20, {}); }, "0706=A0 "},
-      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, big); },
-       "0706=A0 070A=1 [20 00 02 01] wait=10000 070A=0 [22 00 03] wait=10000 "},
-      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, little); },
-       "0706=A0 070A=1 [20 00 02 03] wait=10000 070A=0 [22 00 01] wait=10000 "},
-      {[] { return EEprom_WriteValue(fd, 0x20, 1, 0, little); }, "0706=A0 "},
-      // The blocks of both chips; a split does not choose the block again.
-      {[] { return EEprom_WriteByte(fd, 0x20001, 9); }, "0706=A4 070A=0 [01 00 09] wait=10000 "},
-      {[] { return EEprom_WriteByte(fd, 0x40001, 9); }, "0706=A8 070A=0 [01 00 09] wait=10000 "},
-      {[] { return EEprom_WriteByte(fd, 0x70001, 9); }, "0706=AE 070A=0 [01 00 09] wait=10000 "},
+       "A0 w01 [FD 00 03 04] ~ w00 [FF 00 02] ~ [00 01 01] ~ "},
       {[] { return EEprom_WriteWord(fd, 0x3FFFF, 0x0201, little); },
-       "0706=A6 070A=0 [FF FF 01] wait=10000 [00 00 02] wait=10000 "},
+       "A6 w00 [FF FF 01] ~ [00 00 02] ~ "},
+      {[] { return EEprom_WriteRaw(fd, 0x20, raw); }, "A0 w01 [20 00 02 01] ~ w00 [22 00 03] ~ "},
+      {[] { return EEprom_WriteRaw(fd, 0x20, {}); }, "A0 "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, big); },
+       "A0 w01 [20 00 02 01] ~ w00 [22 00 03] ~ "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, little); },
+       "A0 w01 [20 00 02 03] ~ w00 [22 00 01] ~ "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 1, 0, big); }, "A0 "},
+      {[] { return EEprom_WriteByte(fd, 0x20001, 9); }, "A4 w00 [01 00 09] ~ "},
+      {[] { return EEprom_WriteByte(fd, 0x40001, 9); }, "A8 w00 [01 00 09] ~ "},
+      {[] { return EEprom_WriteByte(fd, 0x70001, 9); }, "AE w00 [01 00 09] ~ "},
   };
-  for (const Case& each : cases) {
-    FitCamera();
-    EXPECT_EQ(each.traffic, TrafficOf([&] { EXPECT_EQ(0, each.call()); }));
+  FitCamera();
+  for (const auto& [call, traffic] : cases) {
+    EXPECT_EQ(traffic, TrafficOf([&call] { EXPECT_EQ(0, call()); }));
   }
 }
 
@@ -77,42 +70,16 @@ TEST(I2cEeprom, ReadsByteByByte) {
     EEprom_Read(fd, 0x1FE, start, count);
     return start;
   };
-  EXPECT_EQ(0x53U, read(1));
+  EXPECT_EQ(0x80000053U, read(1, 0x80000000)) << "ORed into what was there";
   EXPECT_EQ(0x5350U, read(2));
   EXPECT_EQ(0x525053U, read(3)) << "gathered, not converted";
   EXPECT_EQ(0x5350524BU, read(4));
   EXPECT_EQ(0x4B525053U, read(6));
-  EXPECT_EQ(0x80000053U, read(1, 0x80000000)) << "ORed into what was there";
-  EXPECT_EQ("0706=A1 (FE 01) (FF 01) ", TrafficOf([&] { (void)read(2); }));
+  EXPECT_EQ("A1 (FE 01) (FF 01) ", TrafficOf([&] { (void)read(2); }));
   std::array<std::uint8_t, 2> bytes;
-  EXPECT_EQ("0706=A3 (FF FF) 0706=A5 (00 00) ",
-            TrafficOf([&] { EEprom_ReadBytes(fd, 0x1FFFF, bytes); }));
+  EXPECT_EQ("A3 (FF FF) A5 (00 00) ", TrafficOf([&] { EEprom_ReadBytes(fd, 0x1FFFF, bytes); }));
   camera.absent = true;
   EXPECT_EQ(0xFEFFU, read(2)) << "the low address bytes";
-}
-
-TEST(Section, RoundTripsThroughTheChip) {
-  for (const std::uint32_t number : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 10U, 0x5350524BU}) {
-    const SectionType type{number};
-    FitCamera();
-    SectionRecord written;
-    written.type = type;
-    written.address = 0x1F3;
-    ASSERT_TRUE(Section_Prepare(written));
-    const std::uint32_t end = written.next_address;
-    std::uint8_t value = 0;
-    for (std::uint8_t& byte : written.data) byte = ++value;
-    EXPECT_EQ("499+" + std::to_string(end - 0x1F3), WrittenBy([&] {
-                (void)OutputOf([&] { EXPECT_EQ(0, EEprom_WriteSection(fd, written)); });
-              }));
-    EXPECT_EQ(end, written.address);
-    SectionRecord read;
-    read.address = 0x1F3;
-    EXPECT_EQ(0, EEprom_ReadSection(fd, read));
-    EXPECT_EQ(type, read.type);
-    EXPECT_EQ(end, read.next_address);
-    EXPECT_EQ(written.data, read.data);
-  }
 }
 
 TEST(Section, ReportsWhatItDoesNotKnow) {
@@ -123,19 +90,20 @@ TEST(Section, ReportsWhatItDoesNotKnow) {
   EXPECT_EQ("EEprom_WriteSection: Unknown section type 11.\n",
             OutputOf([&] { EXPECT_EQ(0, EEprom_WriteSection(fd, record)); }));
   EXPECT_EQ(100U, record.address);
-  EXPECT_EQ(std::string("\0\0\0\x0B\0\0\0\0\0\xFF", 10), Stored(100, 10)) << "the header is there";
+  EXPECT_EQ("\0\0\0\x0B\0\0\0\0\0\xFF"sv, Stored(100, 10)) << "the header is there";
 
   const auto read = [&](std::string_view header) {
-    Store(0, header);
-    return OutputOf([&] { EXPECT_EQ(-1, EEprom_ReadSection(fd, record = SectionRecord())); });
+    Store(100, header);
+    record.data.resize(1);
+    const auto output = OutputOf([&] { EXPECT_EQ(-1, EEprom_ReadSection(fd, record)); });
+    EXPECT_TRUE(record.data.empty());
+    return output;
   };
-  using namespace std::string_view_literals;
   EXPECT_EQ("EEprom_ReadSection: Unknown section type -1.\n", read("\xFF\xFF\xFF\xFF\1\0\0\0\0"sv));
   EXPECT_EQ("Unsupported data version 2, section type 3\n", read("\0\0\0\3\2\0\0\0\0"sv));
   EXPECT_EQ("", read("SPRK\2\0\0\0\x2D"sv)) << "of another version without a word";
   camera.width_answer = -1;
   EXPECT_EQ("", read("SPRK\1\0\0\0\x2D"sv)) << "on a bus that refuses the width";
-  EXPECT_TRUE(record.data.empty());
 }
 
 }  // namespace
