@@ -17,93 +17,30 @@ namespace {
 constexpr long most_reads = 5'000'000;  // a whole image takes 12,119
 constexpr std::size_t largest_configuration = 4U << 20U;
 
-struct Bytes {
-  std::size_t address;
-  std::size_t size;
-};
-using ByteRanges = std::vector<Bytes>;
-constexpr Bytes time_stamp = {41, 4};
-constexpr Bytes product_id = {9, 32};
-
-// The commands, by the types of the sections that they may write to.
-struct CommandEffect {
-  std::string_view word;
-  std::vector<SectionType> types;
-};
-const std::vector<CommandEffect> effects = {
-    {"remove_stpf", {SectionType::stpf}},
-    {"remove_user", {SectionType::sssc}},
-    {"remove_record", {SectionType::srin, SectionType::srex}},
-    {"remove_server", {SectionType::srex}},
-    {"add_serverns", {SectionType::srex}},
-    {"General.Brand.ProdNbr", {}},
+struct Range {
+  std::uint32_t from;
+  std::uint32_t size;
 };
 
-bool Names(std::string_view paths, std::string_view key) {
-  const RowPaths split = Map_SplitPaths(paths);
-  return std::ranges::any_of(split.path, [key](std::string_view path) {
-    return !path.empty() && key == Nv_FormatPath(path, NsIndex).data();
-  });
-}
-
-void AddFields(ByteRanges& ranges, std::string_view key) {
+// The payloads of the sections that the daemon knows, and the time stamp. Rows go by the position
+// in the chain, a section's size by its type.
+std::vector<Range> WritableBytes() {
+  std::vector<Range> ranges = {{41, 4}};
   for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    const auto rows = Map_Rows(*node->map);
-    for (std::size_t row = 0; row < rows.size(); ++row) {
-      if (!Names(rows[row].paths, key)) continue;
-      ranges.push_back({SectionList_FieldAddress(*node, row), rows[row].format.size});
-    }
-  }
-}
-
-// Rows go by the position in the chain, a section's size by its type.
-void AddSections(ByteRanges& ranges, const std::vector<SectionType>& types) {
-  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    if (std::ranges::count(types, node->type) == 0) continue;
     const std::size_t rows = PayloadSize(Map_Rows(*node->map));
-    ranges.push_back(
-        {Section_FieldAddress(node->address, 0), std::max(rows, Section_PayloadSize(node->type))});
-  }
-}
-
-ByteRanges BytesOfMessage(std::string_view message) {
-  ByteRanges ranges;
-  const std::string_view key = message.substr(0, message.find('='));
-  if (key.size() == message.size()) return ranges;
-  const auto effect = std::ranges::find_if(
-      effects, [key](const CommandEffect& each) { return key.starts_with(each.word); });
-  if (effect == effects.end()) {
-    AddFields(ranges, key);
-  } else {
-    AddSections(ranges, effect->types);
-  }
-  ranges.push_back(effect == effects.end() || !effect->types.empty() ? time_stamp : product_id);
-  return ranges;
-}
-
-// A restore may answer a setting that the camera can't do with the camera's own.
-ByteRanges BytesOfStart(int found) {
-  ByteRanges ranges = {time_stamp};
-  if (found == identification_empty) ranges.push_back({0, EEPROM_IMAGE_SIZE});
-  if (found == identification_mismatch) ranges.push_back({0, 45});
-  AddFields(ranges, "ImageSource.I0.Config.CaptureMode");
-  for (int profile = 0; profile < 4; ++profile) {
-    AddFields(ranges, Nv_FormatPath("StreamProfile.I%d.Video.Resolution", profile).data());
-    AddFields(ranges, Nv_FormatPath("StreamProfile.I%d.Video.FPS", profile).data());
+    const std::size_t size = std::max(rows, Section_PayloadSize(node->type));
+    ranges.push_back({Section_FieldAddress(node->address, 0), static_cast<std::uint32_t>(size)});
   }
   return ranges;
-}
-
-// A piece of a field stays in the 64 KiB block in which it begins.
-bool IsIn(const Transfer& transfer, const Bytes& range) {
-  return ((transfer.address - range.address) & 0xFFFFU) + transfer.size <= range.size;
 }
 
 // Everything else may only be written with what it held.
-void CheckWrites(const ByteRanges& allowed, const std::vector<std::uint8_t>& before) {
+void CheckWrites(const std::vector<Range>& allowed, const std::vector<std::uint8_t>& before) {
   for (const Transfer& transfer : camera.writes) {
-    const bool is_allowed = std::ranges::any_of(
-        allowed, [&transfer](const Bytes& range) { return IsIn(transfer, range); });
+    const bool is_allowed = std::ranges::any_of(allowed, [&transfer](const Range& range) {
+      // A piece of a field stays in the 64 KiB block in which it begins.
+      return ((transfer.address - range.from) & 0xFFFFU) + transfer.size <= range.size;
+    });
     const bool is_same = std::equal(transfer.bytes.begin(), transfer.bytes.begin() + transfer.size,
                                     &before[transfer.address]);
     if (!is_allowed && !is_same) Fail("a write outside, at", transfer.address);
@@ -165,13 +102,17 @@ void StartAndCheck() {
   if (camera.reads > most_reads) Fail("too many bus reads in a start");
   if (loaded && Nv_OpenConfig().root == nullptr) Fail("device.conf can't be loaded any more");
   if (camera.files[device_conf].size() > largest_configuration) Fail("device.conf grows");
-  CheckWrites(BytesOfStart(found), before);
+  auto allowed = WritableBytes();
+  if (found == identification_empty) allowed = {{0, EEPROM_IMAGE_SIZE}};
+  if (found == identification_mismatch) allowed.push_back({0, 45});
+  CheckWrites(allowed, before);
   CheckActions();
 }
 
 void SendAndCheck(std::string_view message) {
   const auto before = camera.chip;
-  const ByteRanges allowed = BytesOfMessage(message);
+  auto allowed = WritableBytes();
+  if (message.starts_with("General.Brand.ProdNbr")) allowed = {{9, 32}};
   camera.writes.clear();
   camera.actions.clear();
   Nv_HandleCommand(message);

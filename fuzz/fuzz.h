@@ -16,8 +16,8 @@ void FitFilledCamera();
 // Starts the daemon and checks what a start must leave behind, whatever it found.
 void StartAndCheck();
 
-// Hands over a message and checks that it writes nothing but the fields or sections that it names,
-// and does nothing else.
+// Hands over a message and checks that it writes to the sections' payloads only, and does nothing
+// else.
 void SendAndCheck(std::string_view message);
 
 // The input up to the next `end`, which is taken off as well.
