@@ -1,76 +1,87 @@
 // SPDX-License-Identifier: MIT
-// camera-notify: sends one message to a daemon's control socket.
+// nvd-notify: sends one message to the daemon's control socket.
 //
 // The daemon never answers, but it closes the connection when it has handled the message. Waiting
 // for that tells the caller when the message has had its effect; -n does without.
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <sys/un.h>
+#include "platform/notify.h"
+
+#include <getopt.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <string_view>
+
+#include "platform/program.h"
 
 namespace {
 
-constexpr std::size_t longest_message = 4096;
-constexpr timeval patience = {.tv_sec = 5, .tv_usec = 0};
+constexpr const char* usage = "nvd-notify [-n] [-s SOCKET] [--] MESSAGE";
+constexpr const char* help =
+    "usage: nvd-notify [-n] [-s SOCKET] [--] MESSAGE\n"
+    "Sends one message to nvd; \"-\" is standard input, as it is.\n"
+    "  -n         do not wait until nvd has handled it\n"
+    "  -s SOCKET  nvd's control socket (default: /tmp/nv.sck)\n";
+constexpr std::array<option, 3> long_options = {{
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, 'v'},
+    {},
+}};
+
+struct Arguments {
+  const char* socket_path = notify_socket;
+  bool waits = true;
+  bool has_help = false;
+  bool has_version = false;
+};
+
+int FailUsage() {
+  Program_Complain("usage", usage);
+  return 2;
+}
 
 int Fail(const char* what) {
-  (void)std::fprintf(stderr, "camera-notify: %s: %s\n", what, std::strerror(errno));
+  Program_Complain(what, std::strerror(errno));
   return 1;
 }
 
-int Connect(std::string_view path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return -1;
+// False for an option that there is not; getopt has said so.
+bool Parse(int argc, char* argv[], Arguments& arguments) {
+  for (int option = 0;
+       (option = getopt_long(argc, argv, "+ns:", long_options.data(), nullptr)) != -1;) {
+    if (option == '?') return false;
+    if (option == 's') arguments.socket_path = optarg;
+    if (option == 'n') arguments.waits = false;
+    if (option == 'h') arguments.has_help = true;
+    if (option == 'v') arguments.has_version = true;
   }
-  path.copy(address.sun_path, path.size());
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd < 0) return -1;
-  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return fd;
-  const int error = errno;
-  (void)close(fd);
-  errno = error;
-  return -1;
+  return true;
 }
 
-// A daemon that leaves part of a long message unread resets the connection as it closes it.
-bool WaitForClose(int fd) {
-  char unused = 0;
-  (void)setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-  return recv(fd, &unused, sizeof unused, 0) == 0 || errno == ECONNRESET;
+int Send(const Arguments& arguments, std::string_view message) {
+  if (message.size() > notify_longest_message) {
+    const std::string lengths = "nvd takes " + std::to_string(notify_longest_message) +
+                                " bytes, not " + std::to_string(message.size());
+    Program_Complain("message too long", lengths.c_str());
+  }
+  const int connection = Notify_Send(arguments.socket_path, message);
+  if (connection < 0) return Fail(arguments.socket_path);
+  if (arguments.waits && Notify_WaitForEnd(connection) != 0) return Fail("nvd does not hang up");
+  (void)close(connection);
+  return 0;
 }
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  bool wait = true;
-  for (int option = 0; (option = getopt(argc, argv, "+n")) != -1;) {
-    if (option != 'n') return 2;
-    wait = false;
-  }
-  if (argc - optind != 2) {
-    (void)std::fputs("usage: camera-notify [-n] SOCKET MESSAGE|-\n", stderr);
-    return 2;
-  }
-  const char* path = argv[optind];
-  std::string_view message = argv[optind + 1];
-  std::array<char, longest_message> input;
+  Arguments arguments;
+  if (!Parse(argc, argv, arguments)) return 2;
+  if (arguments.has_help) return Program_Print(help);
+  if (arguments.has_version) return Program_Print("nvd-notify " NVD_VERSION "\n");
+  if (argc - optind != 1) return FailUsage();
+  std::string_view message = argv[optind];
+  std::array<char, 4096> input;
   if (message == "-") message = {input.data(), std::fread(input.data(), 1, input.size(), stdin)};
-
-  const int fd = Connect(path);
-  if (fd < 0) return Fail(path);
-  // With nothing more to come, the daemon's read returns even if the message is empty.
-  if (send(fd, message.data(), message.size(), MSG_NOSIGNAL) < 0) return Fail("send");
-  (void)shutdown(fd, SHUT_WR);
-  if (wait && !WaitForClose(fd)) return Fail("the daemon does not close the connection");
-  (void)close(fd);
-  return 0;
+  return Send(arguments, message);
 }

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::size_t stream_profiles = 4;
+constexpr int stream_profiles = 4;
 constexpr std::string_view placeholder = "%d";
 
 bool HasPlaceholder(std::string_view path) {
@@ -53,29 +53,29 @@ void ReportMatch(std::string_view path) {
   if (debug_flag != 0) {
     Nv_Print("## NVD : link list node=%.*s\n", static_cast<int>(path.size()), path.data());
   }
-  (void)std::fflush(stdout);
+  (void)std::fflush(stdout);  // a trace shows what led to the transfer behind it
 }
 
 // Puts a lowered setting into the configuration and into the EEPROM.
 void LowerSetting(cfg_node* root, const PathText& path, const char* value) {
+  // The parameter has just been read, and a number fits everywhere.
   (void)cfg_set_param_value(cfg_find_param_node(root, path.data()), value);
   (void)Nv_HandleParameterChange(path.data(), value);
 }
 
 bool ClampResolutions(cfg_node* root) {
-  ValueSlot value;
   std::array<int, 2> largest{};
-  (void)Nv_ReadParameter(root, "ImageSource.I0.Config.MaxResolution", value);
-  if (Text_ScanInts(Slot_Text(value), "%dx%d", largest.data()) != 2) return false;
+  const ValueSlot limit = Nv_ParameterValue(root, "ImageSource.I0.Config.MaxResolution");
+  if (Text_ScanInts(Slot_Text(limit), "%dx%d", largest.data()) != 2) return false;
   bool changed = false;
-  for (int i = 0; i < static_cast<int>(stream_profiles); ++i) {
+  for (int i = 0; i < stream_profiles; ++i) {
     const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.Resolution", i);
+    ValueSlot value = Nv_ParameterValue(root, path.data());
+    // Only the widths are compared, so one is enough.
     std::array<int, 2> size{};
-    (void)Nv_ReadParameter(root, path.data(), value);
-    if (Text_ScanInts(Slot_Text(value), "%dx%d", size.data()) < 1 || size[0] <= largest[0]) {
-      continue;
-    }
-    (void)std::snprintf(value.data(), value.size(), "%dx%d", largest[0], largest[1]);
+    const int numbers = Text_ScanInts(Slot_Text(value), "%dx%d", size.data());
+    if (numbers < 1 || size[0] <= largest[0]) continue;
+    Text_Format(value, "%dx%d", largest[0], largest[1]);
     LowerSetting(root, path, value.data());
     changed = true;
   }
@@ -83,13 +83,13 @@ bool ClampResolutions(cfg_node* root) {
 }
 
 bool ClampFrameRates(cfg_node* root) {
-  ValueSlot value;
   std::array<int, 3> mode{};  // width, height, frames per second
-  (void)Nv_ReadParameter(root, "ImageSource.I0.Config.CaptureMode", value);
-  if (Text_ScanInts(Slot_Text(value), "%dx%d@%d", mode.data()) != 3) return false;
+  const ValueSlot capture_mode = Nv_ParameterValue(root, "ImageSource.I0.Config.CaptureMode");
+  if (Text_ScanInts(Slot_Text(capture_mode), "%dx%d@%d", mode.data()) != 3) return false;
   bool changed = false;
-  for (int i = 0; i < static_cast<int>(stream_profiles); ++i) {
+  for (int i = 0; i < stream_profiles; ++i) {
     const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.FPS", i);
+    ValueSlot value;
     if (!Nv_ReadParameter(root, path.data(), value)) continue;
     if (Text_ToInt(Slot_Text(value)) <= mode[2]) continue;
     Slot_SetNumber(value, mode[2]);
@@ -112,6 +112,7 @@ int Nv_HandleParameterChange(std::string_view key, std::string_view value) {
         if (!Names(paths.path[i], key, formatted)) continue;
         ReportMatch(rows[row].paths);
         record.type = node->type;
+        // A section of a type that has no rows of its own has been reported.
         (void)Nv_UpdateSectionData(key, value, row, record, *node);
       }
     }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -82,8 +81,7 @@ Template LoadTemplate(const char* name) {
 
 PathText InstanceName(const ListKind& list, int index) {
   PathText name;
-  (void)std::snprintf(name.data(), name.size(), "%s.%c%d", list.list_path, list.instance_letter,
-                      index);
+  Text_Format(name, "%s.%c%d", list.list_path, list.instance_letter, index);
   return name;
 }
 
@@ -93,14 +91,14 @@ void CopyElement(cfg_node* element, cfg_node* template_node, cfg_node* device_ro
   std::array<char, 1024> relative;
   cfg_get_node_pathname(element, template_node, relative.data(), relative.size());
   std::array<char, sizeof relative + sizeof(PathText)> path;
-  (void)std::snprintf(path.data(), path.size(), "%s.%s", instance.data(), relative.data());
+  Text_Format(path, "%s.%s", instance.data(), relative.data());
   cfg_node* copy = cfg_add_param_node(device_root, path.data());
   if (copy == nullptr) return;
   ValueSlot value;
   if (cfg_get_param_value(element, value.data(), static_cast<int>(value.size())) == 0) {
-    (void)cfg_add_param_value(copy, value.data());
+    (void)cfg_add_param_value(copy, value.data());  // an element without its value is still there
   }
-  (void)cfg_cp_node_attr(copy, element);
+  (void)cfg_cp_node_attr(copy, element);  // always succeeds
 }
 
 // Adds the instance with its whole content. Returns false, reported, when it could not be given its
@@ -168,7 +166,7 @@ std::optional<int> RequestedIndex(const ListKind& list, const char* path) {
 cfg_handle* Nv_OpenTemplate(const char* name) {
   if (name == nullptr) return nullptr;
   PathText path;
-  (void)std::snprintf(path.data(), path.size(), "/opt/template/%s.xml", name);
+  Text_Format(path, "/opt/template/%s.xml", name);
   if (!File_Exists(path.data())) {
     Nv_Print("#Error: %s not exist !!\n", path.data());
     return nullptr;

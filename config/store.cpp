@@ -42,6 +42,11 @@ bool Nv_ReadParameter(cfg_node* root, const char* path, ValueSlot& value) {
   return node != nullptr;
 }
 
+ValueSlot Nv_ParameterValue(cfg_node* root, const char* path) {
+  cfg_node* node = cfg_find_param_node(root, path);
+  return node == nullptr ? ValueSlot{} : Nv_NodeValue(node);
+}
+
 ValueSlot Nv_NodeValue(cfg_node* node) {
   ValueSlot value{};
   if (cfg_get_param_value(node, value.data(), static_cast<int>(value.size())) != 0) return {};
@@ -79,13 +84,12 @@ int Nv_FindNetworkStorageIndex() {
   constexpr int most_servers = 65536;  // a greater "MaxCnt" is not believed
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
-  ValueSlot value;
-  (void)Nv_ReadParameter(config.root, "Event.Server.MaxCnt", value);
-  const int count = std::min(Text_ToInt(Slot_Text(value)), most_servers);
+  const ValueSlot max_count = Nv_ParameterValue(config.root, "Event.Server.MaxCnt");
+  const int count = std::min(Text_ToInt(Slot_Text(max_count)), most_servers);
   NsIndex = -1;
   for (int i = 0; i < count && NsIndex < 0; ++i) {
-    (void)Nv_ReadParameter(config.root, Nv_FormatPath("Event.Server.S%d.Type", i).data(), value);
-    if (Slot_Text(value) == "ns") NsIndex = i;
+    const PathText path = Nv_FormatPath("Event.Server.S%d.Type", i);
+    if (Slot_Text(Nv_ParameterValue(config.root, path.data())) == "ns") NsIndex = i;
   }
   return 0;
 }

@@ -35,8 +35,10 @@ ConfigFile Nv_OpenConfig();
 using PathText = std::array<char, 256>;
 PathText Nv_FormatPath(std::string_view path, int index);
 
-// Reads a parameter into a slot, zeroed first; a parameter that does not exist, or that has no
-// value because it has children, leaves it empty. Returns whether it exists.
+// A parameter's value; empty when it does not exist, or has no value because it has children.
+ValueSlot Nv_ParameterValue(cfg_node* root, const char* path);
+
+// The same into a slot. Returns whether the parameter exists.
 bool Nv_ReadParameter(cfg_node* root, const char* path, ValueSlot& value);
 
 // The value of a parameter's node; empty when it has none because it has children.

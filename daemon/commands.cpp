@@ -13,7 +13,8 @@
 
 namespace {
 
-// Rewrites every field of a node whose paths contain `path` with an empty value.
+// Rewrites every field of a node whose paths contain `path` with an empty value. What the bus
+// refuses has been reported; no command has an answer that could tell it.
 void ClearFields(const SectionNode& node, const PathText& path, bool prints_row) {
   const auto rows = Map_Rows(*node.map);
   for (std::size_t row = 0; row < rows.size(); ++row) {

@@ -15,6 +15,7 @@
 #include "daemon/commands.h"
 #include "daemon/log.h"
 #include "daemon/signals.h"
+#include "platform/host.h"
 #include "platform/libnetwork.h"
 
 namespace {
@@ -22,6 +23,7 @@ namespace {
 constexpr const char* socket_path = "/tmp/nv.sck";
 constexpr std::size_t longest_message = 128;
 constexpr suseconds_t wait_us = 500000;
+constexpr unsigned rest_after_refusal_us = 100000;
 
 int listener = -1;
 int highest = -1;
@@ -43,7 +45,11 @@ void AcceptClient() {
   sockaddr_un address{};
   socklen_t length = sizeof address;
   const int fd = accept4(listener, reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC);
-  if (fd == 0) return;
+  if (fd == 0) return;  // 0 marks a free slot
+  if (fd < 0) {         // a full descriptor table, for example, that the next wait would find again
+    Host_SleepMicroseconds(rest_after_refusal_us);
+    return;
+  }
   auto* slot = std::find(clients.begin(), clients.end(), 0);
   if (slot == clients.end()) {
     (void)close(fd);
@@ -53,13 +59,14 @@ void AcceptClient() {
   Watch(fd);
 }
 
-// Senders write at once; one that does not holds the daemon up, but not its end.
+// Senders write at once; one that does not holds the daemon up, but not its end: once that is asked
+// for, what has been written is read and nobody is waited for.
 bool WaitForMessage(int client) {
   constexpr int patience_ms = 500;
   pollfd waiting = {.fd = client, .events = POLLIN, .revents = 0};
   int ready = 0;
   do {
-    ready = poll(&waiting, 1, patience_ms);
+    ready = poll(&waiting, 1, quit_flag == 0 ? patience_ms : 0);
   } while ((ready == 0 || (ready < 0 && errno == EINTR)) && quit_flag == 0);
   return ready > 0;
 }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A camera's day: one of four starts, then change notices until SIGTERM.
+//
+// No step's result stops the day: each has said what failed, and a camera goes on with what it has.
 #include <pthread.h>
 #include <syslog.h>
 

@@ -20,6 +20,7 @@ void Nv_WritePidFile() {
     Nv_Syslog(log_ident, LOG_ERR, "Open file %s error", pid_file_path);
     return;
   }
+  // A full disk leaves an empty file, which names nobody.
   (void)std::fprintf(file, "%d", getpid());
   (void)std::fclose(file);
 }

@@ -57,8 +57,7 @@ int Nv_CheckResetButton() {
   return level;
 }
 
-void* Nv_ResetLedBlink(void* unused) {
-  (void)unused;
+void* Nv_ResetLedBlink(void* /*unused*/) {
   const int fd = OpenGpio("Nv_ResetLedBlink");
   if (fd < 0) return nullptr;
   if (board.status_led_gpio > 0) {

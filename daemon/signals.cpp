@@ -49,13 +49,13 @@ void Nv_QuitHandler(int number) {
   }
 }
 
-void Nv_ToggleDebug(int number) {
-  (void)number;
+void Nv_ToggleDebug(int /*number*/) {
   debug_flag = (debug_flag + 1) % 2;
   WriteLine(debug_flag == 1 ? "Nvd : Turn On debug mode\n" : "Nvd : Turn Off debug mode\n");
 }
 
 void Nv_InstallSignalHandlers() {
+  // They fail for numbers that are no signals only.
   (void)std::signal(SIGUSR1, Nv_QuitHandler);
   (void)std::signal(SIGTERM, Nv_QuitHandler);
   (void)std::signal(SIGUSR2, Nv_ToggleDebug);

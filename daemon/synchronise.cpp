@@ -13,6 +13,8 @@
 #include "eeprom/restore.h"
 #include "platform/host.h"
 
+// A step that fails has said so, and leaves the others what there is: a daemon without its socket
+// still restores, and one without a configuration still serves.
 int Nv_Synchronise() {
   const int identification = Nv_CheckIdentification(eeprom_handle, Slot_Text(product_number));
   if (identification == identification_empty) {

@@ -16,8 +16,7 @@ ValueSlots ReadRow(cfg_node* root, std::string_view row_paths) {
   ValueSlots slots{};
   const RowPaths paths = Map_SplitPaths(row_paths);
   for (std::size_t i = paths.count; i-- > 0;) {
-    // A parameter that does not exist counts as an empty one.
-    (void)Nv_ReadParameter(root, Nv_FormatPath(paths.path[i], NsIndex).data(), slots[i]);
+    slots[i] = Nv_ParameterValue(root, Nv_FormatPath(paths.path[i], NsIndex).data());
   }
   return slots;
 }
@@ -35,6 +34,9 @@ void ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* root) {
 }
 
 }  // namespace
+
+// Transfers that are refused have been reported one by one; the rest of the image goes on, since an
+// image with a gap restores more than none.
 
 int Nv_InitEEprom() {
   const ConfigFile config = Nv_OpenConfig();

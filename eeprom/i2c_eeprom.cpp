@@ -26,6 +26,7 @@ void SelectChip(int fd, std::uint32_t address, std::uint8_t direction_bit) {
   (void)I2c_Request(fd, I2C_SLAVE_FORCE, family | ((address >> 15U) & 6U) | direction_bit);
 }
 
+// Likewise.
 void SelectDataWidth(int fd, unsigned long width) {
   (void)I2c_Request(fd, I2C_REQUEST_DATA_WIDTH, width);
 }

@@ -1,26 +1,67 @@
 // SPDX-License-Identifier: MIT
 #include "eeprom/identification.h"
 
+#include <algorithm>
+#include <array>
+
 #include "daemon/log.h"
 #include "eeprom/i2c_eeprom.h"
 #include "sections/section.h"
 
-int Nv_CheckIdentification(int fd, std::string_view product) {
-  SectionRecord record;
-  (void)EEprom_SelectByteWidth(fd);
-  const int result = EEprom_ReadSection(fd, record);
-  if (result < 0) return identification_empty;
-  Section_PrintHeader(record);
+namespace {
+
+constexpr std::uint8_t erased_byte = 0xFF;
+
+// What the identification section, just read, says.
+int Classify(const SectionRecord& record, std::string_view product) {
   if (record.type != SectionType::identification || record.version != section_version) {
     return identification_empty;
   }
-  const auto id =
-      Field_Text(Section_Field(record, identification_id.offset, identification_id.size));
-  if (id != product.substr(0, identification_id.size)) {
-    Nv_Print("product id not match\n");
-    return identification_mismatch;
+  const auto id = Section_Field(record, identification_id.offset, identification_id.size);
+  // A finished one is a text and zeros. It is written last, so a power cut has left this one.
+  if (std::ranges::count(id, erased_byte) > 0) return identification_empty;
+  if (Field_Text(id) == product.substr(0, id.size())) return identification_match;
+  Nv_Print("product id not match\n");
+  return identification_mismatch;
+}
+
+int ReadAndClassify(int fd, std::string_view product, SectionRecord& record) {
+  // A bus that refuses the width refuses it again when the section is read, which reports it.
+  (void)EEprom_SelectByteWidth(fd);
+  if (EEprom_ReadSection(fd, record) < 0) return identification_empty;
+  Section_PrintHeader(record);
+  return Classify(record, product);
+}
+
+// Whether header and id read once more as they stand in the record. An id that was not read the
+// first time, because the header was no identification's, is not compared.
+bool ReadsTheSame(int fd, const SectionRecord& first) {
+  SectionRecord again;
+  std::array<std::uint8_t, identification_id.size> id;
+  EEprom_ReadHeader(fd, again);
+  EEprom_ReadBytes(fd, Section_FieldAddress(0, identification_id.offset), id);
+  if (again.type != first.type || again.version != first.version ||
+      again.next_address != first.next_address) {
+    return false;
   }
-  return result;
+  const auto first_id = Section_Field(first, identification_id.offset, identification_id.size);
+  return first.type != SectionType::identification || first_id.empty() ||
+         std::ranges::equal(first_id, id);
+}
+
+}  // namespace
+
+int Nv_CheckIdentification(int fd, std::string_view product) {
+  constexpr int most_checks = 3;
+  int answer = identification_match;
+  for (int check = 0; check < most_checks; ++check) {
+    SectionRecord record;
+    answer = ReadAndClassify(fd, product, record);
+    // A read that fails looks like any other byte. Believed at once, one of them would cost a
+    // factory reset, or the image of a board that was to be restored.
+    if (answer == identification_match || ReadsTheSame(fd, record)) break;
+  }
+  return answer;
 }
 
 bool Nv_IsMftBoard(int fd) {

@@ -2,7 +2,6 @@
 #include "eeprom/restore.h"
 
 #include <array>
-#include <cstdio>
 #include <set>
 #include <string_view>
 
@@ -35,8 +34,7 @@ std::uint32_t FirstByte(const SectionRecord& record, FieldPlace field) {
   return Field_Number(Section_Field(record, field.offset, 1));
 }
 
-bool HasName(const SectionRecord& record, std::size_t row) {
-  (void)row;
+bool HasName(const SectionRecord& record, std::size_t /*row*/) {
   return FirstByte(record, PlaceOf(stpf_fields, "stpf_pf_name")) != 0;
 }
 
@@ -49,13 +47,11 @@ bool IsNamedUser(const SectionRecord& record, std::size_t row) {
   return true;
 }
 
-bool RecordsToCard(const SectionRecord& record, std::size_t row) {
-  (void)row;
+bool RecordsToCard(const SectionRecord& record, std::size_t /*row*/) {
   return FirstByte(record, PlaceOf(srin_fields, "srin_rec_continuous")) == 1;
 }
 
-bool RecordsToNetwork(const SectionRecord& record, std::size_t row) {
-  (void)row;
+bool RecordsToNetwork(const SectionRecord& record, std::size_t /*row*/) {
   return FirstByte(record, PlaceOf(srex_fields, "srex_rec_continuous")) == 1;
 }
 
@@ -174,8 +170,7 @@ void RestoreChain(Restore& restore) {
 void RequestLensPosition(const char* what, const ValueSlot& position) {
   std::array<char, 256> command;
   Nv_Print("%s position change\n", what);
-  (void)std::snprintf(command.data(), command.size(),
-                      "echo \"%s=%s\" >> /mnt/mtd/lens_position_change", what, position.data());
+  Text_Format(command, "echo \"%s=%s\" >> /mnt/mtd/lens_position_change", what, position.data());
   (void)Host_RunCommand(command.data());
 }
 

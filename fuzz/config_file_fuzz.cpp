@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Any configuration file: first line a path, second line a new value, behind them the file.
+#include <algorithm>
+
 #include "config/store.h"
 #include "fuzz/fuzz.h"
 #include "tests/fakes/emulated_camera.h"
@@ -49,6 +51,9 @@ void FuzzOneInput(std::string_view input) {
   cfg_node* node = cfg_find_param_node(config.root, path.c_str());
   if (node == nullptr) node = cfg_add_param_node(config.root, path.c_str());
   if (node == nullptr || cfg_set_param_value(node, value.c_str()) != 0) return;
-  if (Value(node) != value.substr(0, 4095)) Fail("a new value does not come back");
+  const std::string kept = Value(node);  // without a character that is unfinished at the end
+  if (!value.starts_with(kept) || kept.size() + 3 < std::min<std::size_t>(value.size(), 4095)) {
+    Fail("a new value is another");
+  }
   (void)SaveAndCheck(config);
 }

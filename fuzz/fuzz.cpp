@@ -103,7 +103,7 @@ void StartAndCheck() {
   if (loaded && Nv_OpenConfig().root == nullptr) Fail("device.conf can't be loaded any more");
   if (camera.files[device_conf].size() > largest_configuration) Fail("device.conf grows");
   auto allowed = WritableBytes();
-  if (found == identification_empty) allowed = {{0, EEPROM_IMAGE_SIZE}};
+  if (found == identification_empty) allowed.push_back({0, EEPROM_IMAGE_SIZE});
   if (found == identification_mismatch) allowed.push_back({0, 45});
   CheckWrites(allowed, before);
   CheckActions();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rules of the lens (lvln), audio (lvad) and day/night switching (lvdn).
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
@@ -66,8 +65,7 @@ void Sampling_ToSection(const Conversion& conversion) {
 }
 
 void Sampling_ToConfig(const Conversion& conversion) {
-  (void)std::snprintf(conversion.slots[0].data(), conversion.slots[0].size(), "%gk",
-                      Field_Number(conversion.field) / 1000.0);
+  Text_Format(conversion.slots[0], "%gk", Field_Number(conversion.field) / 1000.0);
 }
 
 // An unknown source is taken for the microphone, in the section as well.

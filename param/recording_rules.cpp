@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rules of recording to the memory card (srin) and to network storage (srex).
 #include <algorithm>
-#include <cstdio>
 
 #include "param/rule_table.h"
 #include "sections/recording_records.h"
@@ -22,7 +21,7 @@ constexpr std::array network_schedule = {EnumRow{1, "NS", "on"}, UnknownText(0)}
 void Profile_ToSection(const Conversion& conversion) {
   const long long number = Text_ToInt(Slot_Text(conversion.slots[0])) + 1LL;
   std::array<char, 32> profile;
-  (void)std::snprintf(profile.data(), profile.size(), "Profile%lld", number);
+  Text_Format(profile, "Profile%lld", number);
   Field_SetText(conversion.field, profile.data());
 }
 
@@ -126,9 +125,9 @@ void Location_ToConfig(const Conversion& conversion) {
   if (type != cifs && type != nfs) return;
   const auto address = Field_Text(Sibling(conversion, PlaceOf(srex_fields, "srex_srv_addr")));
   const auto path = Field_Text(Sibling(conversion, PlaceOf(srex_fields, "srex_srv_path")));
-  (void)std::snprintf(conversion.slots[0].data(), conversion.slots[0].size(),
-                      type == cifs ? "//%.*s%.*s" : "%.*s:%.*s", static_cast<int>(address.size()),
-                      address.data(), static_cast<int>(path.size()), path.data());
+  Text_Format(conversion.slots[0], type == cifs ? "//%.*s%.*s" : "%.*s:%.*s",
+              static_cast<int>(address.size()), address.data(), static_cast<int>(path.size()),
+              path.data());
 }
 
 void Authentication_ToSection(const Conversion& conversion) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rules of the stream profiles (stpf).
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
@@ -38,9 +37,9 @@ void Width_ToSection(const Conversion& conversion) { Resolution_ToSection(conver
 void Height_ToSection(const Conversion& conversion) { Resolution_ToSection(conversion, 1); }
 
 void Resolution_ToConfig(const Conversion& conversion) {
-  (void)std::snprintf(conversion.slots[0].data(), conversion.slots[0].size(), "%ux%u",
-                      Field_Number(Sibling(conversion, PlaceOf(stpf_fields, "stpf_pf_hres"))),
-                      Field_Number(Sibling(conversion, PlaceOf(stpf_fields, "stpf_pf_vres"))));
+  Text_Format(conversion.slots[0], "%ux%u",
+              Field_Number(Sibling(conversion, PlaceOf(stpf_fields, "stpf_pf_hres"))),
+              Field_Number(Sibling(conversion, PlaceOf(stpf_fields, "stpf_pf_vres"))));
 }
 
 void FrameRate_ToSection(const Conversion& conversion) {
@@ -87,9 +86,9 @@ void RestoreBitRate(const Conversion& conversion, std::span<const std::uint8_t> 
   const std::int32_t rate = Field_Signed(field);
   ValueSlot& slot = conversion.slots[0];
   if (rate > 999999) {
-    (void)std::snprintf(slot.data(), slot.size(), "%gM", rate / 1000000.0);
+    Text_Format(slot, "%gM", rate / 1000000.0);
   } else {
-    (void)std::snprintf(slot.data(), slot.size(), "%gk", rate / 1000.0);
+    Text_Format(slot, "%gk", rate / 1000.0);
   }
 }
 

@@ -2,6 +2,8 @@
 #include "param/value_slot.h"
 
 #include <charconv>
+#include <cstdarg>
+#include <cstdio>
 #include <limits>
 #include <optional>
 #include <system_error>
@@ -28,6 +30,13 @@ std::optional<int> ReadInt(std::string_view& text) {
 }
 
 }  // namespace
+
+void Text_Format(std::span<char> text, const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  (void)std::vsnprintf(text.data(), text.size(), format, arguments);  // what does not fit is cut
+  va_end(arguments);
+}
 
 void Slot_SetNumber(ValueSlot& slot, std::int64_t number) {
   slot.fill('\0');

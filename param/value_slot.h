@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 // At most 127 bytes and a terminator. A text that is cut may be cut inside a UTF-8 sequence.
@@ -24,6 +25,9 @@ inline void Slot_SetText(ValueSlot& slot, std::string_view text) {
   const std::size_t length = std::min(text.size(), slot.size() - 1);
   std::fill(std::copy_n(text.begin(), length, slot.begin()), slot.end(), '\0');
 }
+
+// Formats into a slot or another text buffer as printf(3) does, cut to its size and terminated.
+[[gnu::format(printf, 2, 3)]] void Text_Format(std::span<char> text, const char* format, ...);
 
 // A number in decimal.
 void Slot_SetNumber(ValueSlot& slot, std::int64_t number);

@@ -8,9 +8,14 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
+
+#include "platform/host.h"
 
 namespace {
 
@@ -34,23 +39,39 @@ void CopyOwnerAndMode(int fd, const char* path) {
   (void)fchmod(fd, exists ? old.st_mode & 07777U : mode_of_a_new_file);
 }
 
-// Opens the temporary file and locks it against other savers. It has a fixed name, so that what a
-// power cut leaves behind is used by the next save instead of filling the flash. Whoever waited for
-// the lock may hold a file that has been renamed meanwhile, and starts again.
-int OpenLocked(const char* path) {
-  while (true) {
-    const int fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (fd < 0) return -1;
-    struct stat opened {};
-    struct stat current {};
-    if (flock(fd, LOCK_EX) == 0 && fstat(fd, &opened) == 0 && stat(path, &current) == 0 &&
-        opened.st_ino == current.st_ino) {
+// Opens the temporary file and locks it against other savers. Returns -1 with errno EWOULDBLOCK
+// when one of them has it. It has a fixed name, so that what a power cut leaves behind is used by
+// the next save instead of filling the flash; whoever gets the lock of a file that has just been
+// renamed has to start again.
+int TryToLock(const char* path) {
+  const int fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  if (fd < 0) return -1;
+  struct stat opened {};
+  struct stat current {};
+  if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
+    if (fstat(fd, &opened) == 0 && stat(path, &current) == 0 && opened.st_ino == current.st_ino) {
       return fd;
     }
-    const bool retry = errno == EINTR || errno == ENOENT || opened.st_ino != current.st_ino;
-    (void)close(fd);
-    if (!retry) return -1;
+    errno = EWOULDBLOCK;
   }
+  const int error = errno;
+  (void)close(fd);
+  errno = error;
+  return -1;
+}
+
+// A saver that hangs must not stop the others for good.
+int OpenLocked(const char* path) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::seconds patience(5);
+  constexpr unsigned pause_us = 10000;
+  const Clock::time_point deadline = Clock::now() + patience;
+  int fd = TryToLock(path);
+  while (fd < 0 && errno == EWOULDBLOCK && Clock::now() < deadline) {
+    Host_SleepMicroseconds(pause_us);
+    fd = TryToLock(path);
+  }
+  return fd;
 }
 
 int FlushFolder(const char* folder) {
@@ -59,6 +80,51 @@ int FlushFolder(const char* folder) {
   const int result = fsync(fd);
   (void)close(fd);
   return result;
+}
+
+struct Target {
+  std::string file;  // links followed
+  std::string folder;
+  std::string temporary;
+};
+
+bool Resolve(const char* path, Target& target) {
+  std::array<char, PATH_MAX> resolved;
+  if (realpath(path, resolved.data()) == nullptr) {
+    if (errno != ENOENT) return false;
+    if (std::snprintf(resolved.data(), resolved.size(), "%s", path) >= PATH_MAX) return false;
+  }
+  target.file = resolved.data();
+  const std::size_t name = target.file.rfind('/') + 1;  // 0 when there is no "/"
+  target.folder = name == 0 ? "." : target.file.substr(0, name);
+  target.temporary = target.file.substr(0, name) + "." + target.file.substr(name) + ".new";
+  return true;
+}
+
+struct Contents {
+  std::optional<std::string> present;  // nothing: there is no such file
+  std::string next;
+};
+
+bool Prepare(const Target& target, const FileChange& change, Contents& contents) {
+  std::string& present = contents.present.emplace();
+  if (File_Read(target.file.c_str(), present) == 0) return change(&present, contents.next);
+  contents.present.reset();
+  return errno == ENOENT && change(nullptr, contents.next);
+}
+
+enum class Outcome : std::uint8_t { failed, same, replaced };
+
+// Another saver may have been at work until the lock was there, so everything is looked at again.
+Outcome UpdateLocked(int fd, const Target& target, const FileChange& change) {
+  Contents contents;
+  if (!Prepare(target, change, contents)) return Outcome::failed;
+  if (contents.present == contents.next) return Outcome::same;
+  CopyOwnerAndMode(fd, target.file.c_str());
+  const bool replaced = ftruncate(fd, 0) == 0 && WriteAll(fd, contents.next) == 0 &&
+                        fsync(fd) == 0 &&
+                        rename(target.temporary.c_str(), target.file.c_str()) == 0;
+  return replaced ? Outcome::replaced : Outcome::failed;
 }
 
 }  // namespace
@@ -78,26 +144,24 @@ int File_Read(const char* path, std::string& content) {
   return length < 0 ? -1 : 0;
 }
 
-int File_Replace(const char* path, std::string_view content) {
-  std::array<char, PATH_MAX> resolved;
-  if (realpath(path, resolved.data()) == nullptr) {
-    if (errno != ENOENT) return -1;
-    if (std::snprintf(resolved.data(), resolved.size(), "%s", path) >= PATH_MAX) return -1;
-  }
-  const std::string target = resolved.data();
-  const std::size_t name = target.rfind('/') + 1;  // 0 when there is no "/"
-  const std::string folder = name == 0 ? "." : target.substr(0, name);
-  const std::string temporary = target.substr(0, name) + "." + target.substr(name) + ".new";
-
-  const int fd = OpenLocked(temporary.c_str());
+int File_Update(const char* path, const FileChange& change) {
+  Target target;
+  Contents contents;
+  if (!Resolve(path, target) || !Prepare(target, change, contents)) return -1;
+  if (contents.present == contents.next) return 0;
+  const int fd = OpenLocked(target.temporary.c_str());
   if (fd < 0) return -1;
-  CopyOwnerAndMode(fd, target.c_str());
-  const bool replaced = ftruncate(fd, 0) == 0 && WriteAll(fd, content) == 0 && fsync(fd) == 0 &&
-                        rename(temporary.c_str(), target.c_str()) == 0;
-  if (!replaced) (void)unlink(temporary.c_str());
+  const Outcome outcome = UpdateLocked(fd, target, change);
+  if (outcome != Outcome::replaced) (void)unlink(target.temporary.c_str());
   (void)close(fd);  // and with it the lock
-  if (!replaced) return -1;
-  (void)FlushFolder(
-      folder.c_str());  // the new file is in place; a cut now shows the old or the new
-  return 0;
+  // The new file is in place; a cut now shows the old or the new.
+  if (outcome == Outcome::replaced) (void)FlushFolder(target.folder.c_str());
+  return outcome == Outcome::failed ? -1 : 0;
+}
+
+int File_Replace(const char* path, std::string_view content) {
+  return File_Update(path, [content](const std::string*, std::string& next) {
+    next = content;
+    return true;
+  });
 }

@@ -13,7 +13,7 @@ void Host_ReserveStandardDescriptors();
 // Seconds since 1970-01-01 00:00 UTC, the low 32 bits.
 std::uint32_t Host_Time();
 
-// Waits at least that long, whatever signals arrive; at most some seconds (usleep(3)).
+// Waits that long; signals neither end nor lengthen the wait, nor does a clock that is set.
 void Host_SleepMicroseconds(unsigned microseconds);
 
 // Waits that long; a signal ends the wait early (sleep(3)).

@@ -2,6 +2,7 @@
 #include "platform/i2c_bus.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,15 @@ namespace {
 constexpr std::array adapters = {&i2c_vendor_adapter, &i2c_image_adapter, &i2c_kernel_adapter};
 
 const I2cAdapter* chosen = &i2c_vendor_adapter;
+
+// False when no adapter speaks to the open device.
+bool Choose(int fd) {
+  const auto adapter = std::find_if(adapters.begin(), adapters.end(),
+                                    [fd](const I2cAdapter* each) { return each->claims(fd); });
+  if (adapter == adapters.end()) return false;
+  chosen = *adapter;
+  return true;
+}
 
 }  // namespace
 
@@ -40,15 +50,19 @@ unsigned I2c_RegisterAddress(std::span<const std::uint8_t> buffer) {
 int I2c_Open(const char* path) {
   const int fd = open(path, O_RDWR | O_CLOEXEC);
   if (fd < 0) return -1;
-  const auto adapter = std::find_if(adapters.begin(), adapters.end(),
-                                    [fd](const I2cAdapter* each) { return each->claims(fd); });
-  if (adapter == adapters.end()) {
-    (void)close(fd);
-    return -1;
-  }
-  chosen = *adapter;
-  return fd;
+  if (flock(fd, LOCK_EX | LOCK_NB) == 0 && Choose(fd)) return fd;
+  (void)close(fd);
+  return -1;
 }
+
+int I2c_OpenToRead(const char* path) {
+  const int fd = open(path, O_RDONLY | O_CLOEXEC);
+  if (fd < 0 || Choose(fd)) return fd;
+  (void)close(fd);
+  return -1;
+}
+
+const char* I2c_AdapterName() { return chosen->name; }
 
 void I2c_Close(int fd) { (void)close(fd); }
 

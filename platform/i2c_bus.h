@@ -57,9 +57,17 @@ int I2c_Select(I2cSelection& selection, unsigned long request, unsigned long arg
 // The register address that a write or read buffer carries.
 unsigned I2c_RegisterAddress(std::span<const std::uint8_t> buffer);
 
-// Opens a device read-write and chooses the adapter that speaks to it. Returns the descriptor, or
+// Opens a device read-write, locks it against other writers (flock(2), not waiting) and chooses the
+// adapter that speaks to it. Returns the descriptor, which carries the lock until it is closed; or
 // -1.
 int I2c_Open(const char* path);
+
+// The same for a program that only reads, beside whoever writes: it takes no lock.
+int I2c_OpenToRead(const char* path);
+
+// The adapter that the device was last opened with, for a person to read.
+const char* I2c_AdapterName();
+
 void I2c_Close(int fd);
 
 // The chosen adapter's operations.

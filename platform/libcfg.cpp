@@ -1,17 +1,23 @@
 // SPDX-License-Identifier: MIT
 // The configuration library over pugixml. The tree keeps everything that the file holds (comments,
 // white space, processing instructions), and a save puts the file's own bytes around the document
-// element, so that a change shows up as one changed line in a diff.
+// element, so that a change shows up as one changed line in a diff. A handle remembers what was
+// changed through it; a save repeats that on the file as it is by then, so that it undoes nothing
+// that other programs have saved since the handle was opened.
 #include "platform/libcfg.h"
 
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <list>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/file.h"
 
@@ -21,10 +27,23 @@ constexpr unsigned keep_everything = pugi::parse_cdata | pugi::parse_escapes | p
                                      pugi::parse_comments | pugi::parse_declaration |
                                      pugi::parse_doctype | pugi::parse_ws_pcdata;
 
+enum class ChangeKind : std::uint8_t { element, value, attribute };
+
+// What was changed, not into what: that is in the tree.
+struct Change {
+  ChangeKind kind = ChangeKind::element;
+  pugi::xml_node element;
+  pugi::xml_attribute attribute;
+
+  bool operator==(const Change&) const = default;
+};
+
 struct LoadedFile {
+  std::string path;
   pugi::xml_document document;
-  std::string before_root;  // the file's bytes before "<root"
-  std::string after_root;   // and behind "</root>"
+  std::string before_root;      // the file's bytes before "<root"
+  std::string after_root;       // and behind "</root>"
+  std::vector<Change> changes;  // since the last save; each once, in the order of the first time
 };
 
 std::list<LoadedFile> loaded_files;
@@ -108,17 +127,61 @@ bool HasNulReference(std::string_view text) {
   return false;
 }
 
-// XML has no way to write the other control characters, not even as character references.
-bool IsWritable(std::string_view value) {
-  return std::all_of(value.begin(), value.end(), [](char c) {
-    return static_cast<unsigned char>(c) >= 0x20 || c == '\t' || c == '\n' || c == '\r';
-  });
+// The UTF-8 sequences: their first byte, their second, and how many bytes they have. The others
+// that one could put together are overlong, surrogates, or lie beyond U+10FFFF.
+struct Utf8Form {
+  std::uint8_t first_from, first_to, second_from, second_to, length;
+};
+constexpr std::array<Utf8Form, 9> utf8_forms = {{
+    {0x00, 0x7F, 0x00, 0x00, 1},
+    {0xC2, 0xDF, 0x80, 0xBF, 2},
+    {0xE0, 0xE0, 0xA0, 0xBF, 3},
+    {0xE1, 0xEC, 0x80, 0xBF, 3},
+    {0xED, 0xED, 0x80, 0x9F, 3},
+    {0xEE, 0xEF, 0x80, 0xBF, 3},
+    {0xF0, 0xF0, 0x90, 0xBF, 4},
+    {0xF1, 0xF3, 0x80, 0xBF, 4},
+    {0xF4, 0xF4, 0x80, 0x8F, 4},
+}};
+
+// Characters that XML has no way to write, not even as character references.
+bool IsForbidden(std::string_view character) {
+  const auto first = static_cast<std::uint8_t>(character[0]);
+  return (first < 0x20 && first != '\t' && first != '\n' && first != '\r') ||
+         character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF";
 }
 
-bool IsNameStart(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' ||
-         static_cast<unsigned char>(c) >= 0x80;
+// How many bytes the first character has, those that are missing at the text's end included; 0 when
+// it is none that XML can hold.
+std::size_t CharacterSize(std::string_view text) {
+  const auto first = static_cast<std::uint8_t>(text[0]);
+  const auto* form = std::find_if(utf8_forms.begin(), utf8_forms.end(), [first](const auto& each) {
+    return first >= each.first_from && first <= each.first_to;
+  });
+  if (form == utf8_forms.end()) return 0;
+  const std::string_view character = text.substr(0, form->length);
+  for (std::size_t i = 1; i < character.size(); ++i) {
+    const auto byte = static_cast<std::uint8_t>(character[i]);
+    if (byte < (i == 1 ? form->second_from : 0x80) || byte > (i == 1 ? form->second_to : 0xBF)) {
+      return 0;
+    }
+  }
+  return IsForbidden(character) ? 0 : form->length;
 }
+
+// What of a text goes into a file: all but a character that a cut left unfinished at the end.
+// Nothing when the text holds what no XML file can.
+std::optional<std::string> Writable(std::string_view text) {
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t size = CharacterSize(text.substr(at));
+    if (size == 0) return std::nullopt;
+    if (size > text.size() - at) return std::string(text.substr(0, at));
+    at += size;
+  }
+  return std::string(text);
+}
+
+bool IsNameStart(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_'; }
 
 bool IsName(std::string_view name) {
   return !name.empty() && IsNameStart(name[0]) && std::all_of(name.begin(), name.end(), [](char c) {
@@ -144,10 +207,52 @@ pugi::xml_node ChildElement(const pugi::xml_node& parent, std::string_view name)
   });
 }
 
-void CopyAttribute(pugi::xml_node destination, const pugi::xml_attribute& attribute) {
+std::string Text(const pugi::xml_node& element) {
+  std::string text;
+  for (const pugi::xml_node& child : element) {
+    if (IsText(child)) text += child.value();
+  }
+  return text;
+}
+
+bool SetText(pugi::xml_node element, const std::string& value) {
+  if (!element || HasChildElement(element)) return false;
+  pugi::xml_node text = element.find_child(IsText);
+  if (!text) text = element.append_child(pugi::node_pcdata);
+  text.set_value(value.c_str());
+  for (pugi::xml_node rest = text.next_sibling(); rest;) {
+    const pugi::xml_node next = rest.next_sibling();
+    if (IsText(rest)) element.remove_child(rest);
+    rest = next;
+  }
+  return true;
+}
+
+// The copy; nothing when there is no such element or XML can't hold the attribute.
+pugi::xml_attribute CopyAttribute(pugi::xml_node destination,
+                                  const pugi::xml_attribute& attribute) {
+  const auto value = Writable(attribute.value());
+  if (!value || Writable(attribute.name()) != attribute.name()) return {};
   pugi::xml_attribute copy = destination.attribute(attribute.name());
   if (!copy) copy = destination.append_attribute(attribute.name());
-  copy.set_value(attribute.value());
+  copy.set_value(value->c_str());
+  return copy;
+}
+
+void Remember(const Change& change) {
+  const auto file = FindLoadedFile(Opaque(change.element.root()));
+  if (file == loaded_files.end()) return;
+  auto& changes = file->changes;
+  // What is changed again was most likely changed just now.
+  if (std::find(changes.rbegin(), changes.rend(), change) == changes.rend()) {
+    changes.push_back(change);
+  }
+}
+
+bool CopyAndRemember(const pugi::xml_node& destination, const pugi::xml_attribute& attribute) {
+  const pugi::xml_attribute copy = CopyAttribute(destination, attribute);
+  if (copy) Remember({ChangeKind::attribute, destination, copy});
+  return !copy.empty();
 }
 
 struct StringWriter : pugi::xml_writer {
@@ -164,28 +269,91 @@ void CopyBounded(char* destination, int size, std::string_view text) {
   destination[length] = '\0';
 }
 
+bool Parse(std::string_view text, LoadedFile& file) {
+  constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+  // What a cut left behind a NUL is no part of the file; the parser does not see it either.
+  text = text.substr(0, text.find('\0'));
+  const std::size_t skipped = text.starts_with(byte_order_mark) ? byte_order_mark.size() : 0;
+  const std::string_view xml = text.substr(skipped);
+  if (HasNulReference(xml)) return false;
+  const pugi::xml_parse_result result = file.document.load_buffer(
+      xml.data(), xml.size(), keep_everything, pugi::xml_encoding::encoding_utf8);
+  if (!result || !IsConfiguration(file.document)) return false;
+  KeepSurroundings(file, xml);
+  file.before_root.insert(0, text, 0, skipped);
+  return true;
+}
+
+std::string Print(const LoadedFile& file) {
+  StringWriter writer;
+  writer.text = file.before_root;
+  file.document.document_element().print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+  return writer.text + file.after_root;
+}
+
+pugi::xml_node NextOfItsName(const pugi::xml_node& element) {
+  pugi::xml_node next = element.next_sibling(element.name());
+  while (next && next.type() != pugi::node_element) next = next.next_sibling(element.name());
+  return next;
+}
+
+// The child at the place that `element` has among the elements of its name.
+pugi::xml_node SameChild(const pugi::xml_node& parent, const pugi::xml_node& element) {
+  pugi::xml_node child = ChildElement(parent, element.name());
+  pugi::xml_node before = ChildElement(element.parent(), element.name());
+  for (; child && before != element; before = NextOfItsName(before)) child = NextOfItsName(child);
+  return child;
+}
+
+// Where an element of one tree is in another; created there, with what is missing on the way, if so
+// asked for.
+pugi::xml_node Counterpart(pugi::xml_node element, pugi::xml_node document, bool create) {
+  std::vector<pugi::xml_node> way;
+  for (; element.parent(); element = element.parent()) way.push_back(element);
+  pugi::xml_node place = document;
+  for (auto step = way.rbegin(); step != way.rend() && place; ++step) {
+    pugi::xml_node child = SameChild(place, *step);
+    if (!child && create) child = place.append_child(step->name());
+    place = child;
+  }
+  return place;
+}
+
+// False when the element is no longer there, or has become one that can't be changed so.
+bool Repeat(const Change& change, const pugi::xml_node& document) {
+  const bool create = change.kind == ChangeKind::element;
+  const pugi::xml_node place = Counterpart(change.element, document, create);
+  if (change.kind == ChangeKind::value) return SetText(place, Text(change.element));
+  if (change.kind == ChangeKind::attribute) return !CopyAttribute(place, change.attribute).empty();
+  return !place.empty();
+}
+
+enum class Merged : std::uint8_t { all, in_part, nothing };
+
+// The file as it is now, with what has been changed through the handle.
+Merged Merge(const LoadedFile& file, std::string_view present, std::string& next) {
+  LoadedFile now;
+  const std::string_view root = file.document.document_element().name();
+  if (!Parse(present, now) || now.document.document_element().name() != root)
+    return Merged::nothing;
+  Merged merged = Merged::all;
+  for (const Change& change : file.changes) {
+    if (!Repeat(change, now.document)) merged = Merged::in_part;
+  }
+  next = Print(now);
+  return merged;
+}
+
 }  // namespace
 
 cfg_handle* cfg_init(const char* path) {
-  constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   std::string text;
   if (path == nullptr || File_Read(path, text) != 0) return nullptr;
-  // What a cut left behind a NUL is no part of the file; the parser does not see it either.
-  text.resize(std::min(text.find('\0'), text.size()));
-  const std::size_t skipped = text.starts_with(byte_order_mark) ? byte_order_mark.size() : 0;
-  const std::string_view xml = std::string_view(text).substr(skipped);
-  if (HasNulReference(xml)) return nullptr;
-
   LoadedFile& file = loaded_files.emplace_back();
-  const pugi::xml_parse_result result = file.document.load_buffer(
-      xml.data(), xml.size(), keep_everything, pugi::xml_encoding::encoding_utf8);
-  if (!result || !IsConfiguration(file.document)) {
-    loaded_files.pop_back();
-    return nullptr;
-  }
-  KeepSurroundings(file, xml);
-  file.before_root.insert(0, text, 0, skipped);
-  return Opaque(file.document);
+  file.path = path;
+  if (Parse(text, file)) return Opaque(file.document);
+  loaded_files.pop_back();
+  return nullptr;
 }
 
 void cfg_deinit(cfg_handle* handle) {
@@ -200,25 +368,14 @@ cfg_node* cfg_find_param_node(cfg_node* parent, const char* path) {
 int cfg_get_param_value(cfg_node* node, char* value, int size) {
   const pugi::xml_node element = Node(node);
   if (!element || HasChildElement(element)) return -1;
-  std::string text;
-  for (const pugi::xml_node& child : element) {
-    if (IsText(child)) text += child.value();
-  }
-  CopyBounded(value, size, text);
+  CopyBounded(value, size, Text(element));
   return 0;
 }
 
 int cfg_set_param_value(cfg_node* node, const char* value) {
-  pugi::xml_node element = Node(node);
-  if (!element || HasChildElement(element) || !IsWritable(value)) return -1;
-  pugi::xml_node text = element.find_child(IsText);
-  if (!text) text = element.append_child(pugi::node_pcdata);
-  text.set_value(value);
-  for (pugi::xml_node rest = text.next_sibling(); rest;) {
-    const pugi::xml_node next = rest.next_sibling();
-    if (IsText(rest)) element.remove_child(rest);
-    rest = next;
-  }
+  const auto text = Writable(value);
+  if (!text || !SetText(Node(node), *text)) return -1;
+  Remember({ChangeKind::value, Node(node), {}});
   return 0;
 }
 
@@ -228,18 +385,29 @@ int cfg_set_param_value_no_eeprom(cfg_node* node, const char* value) {
 
 int cfg_save_file(cfg_handle* handle, const char* path) {
   const auto file = FindLoadedFile(handle);
-  if (file == loaded_files.end()) return -1;
-  StringWriter writer;
-  writer.text = file->before_root;
-  file->document.document_element().print(writer, "", pugi::format_raw, pugi::encoding_utf8);
-  writer.text += file->after_root;
-  return File_Replace(path, writer.text);
+  if (file == loaded_files.end() || path == nullptr) return -1;
+  const bool is_copy = file->path != path;
+  Merged merged = Merged::all;
+  const auto change = [&](const std::string* present, std::string& next) {
+    merged = Merged::all;
+    if (present == nullptr || is_copy) {
+      next = Print(*file);
+    } else {
+      merged = Merge(*file, *present, next);
+    }
+    return merged != Merged::nothing;
+  };
+  if (File_Update(path, change) != 0) return -1;
+  if (!is_copy) file->changes.clear();
+  return merged == Merged::all ? 0 : -1;
 }
 
 cfg_node* cfg_add_param_node(cfg_node* root, const char* path) {
   return Opaque(FollowPath(Node(root), path, [](pugi::xml_node parent, std::string_view name) {
     pugi::xml_node child = ChildElement(parent, name);
-    if (!child && IsName(name)) child = parent.append_child(std::string(name).c_str());
+    if (child || !IsName(name)) return child;
+    child = parent.append_child(std::string(name).c_str());
+    Remember({ChangeKind::element, child, {}});
     return child;
   }));
 }
@@ -250,16 +418,14 @@ int cfg_add_param_value(cfg_node* node, const char* value) {
 
 int cfg_cp_node_attr(cfg_node* destination, cfg_node* source) {
   for (const pugi::xml_attribute& attribute : Node(source).attributes()) {
-    CopyAttribute(Node(destination), attribute);
+    (void)CopyAndRemember(Node(destination), attribute);  // what XML can't hold stays behind
   }
   return 0;
 }
 
 int cfg_cp_node_attr_spec(cfg_node* destination, cfg_node* source, const char* name) {
   const pugi::xml_attribute attribute = Node(source).attribute(name);
-  if (!attribute) return -1;
-  CopyAttribute(Node(destination), attribute);
-  return 0;
+  return attribute && CopyAndRemember(Node(destination), attribute) ? 0 : -1;
 }
 
 int cfg_get_node_op_mode(cfg_node* node, int mode) {

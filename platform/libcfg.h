@@ -30,27 +30,37 @@ cfg_node* cfg_find_param_node(cfg_node* parent, const char* path);
  * Returns 0, or -1 when the element has child elements and thus no value. */
 int cfg_get_param_value(cfg_node* node, char* value, int size);
 
-/* Replaces the element's text in memory. Returns 0; or -1 when the element has child elements, or
- * the value holds a control character that no XML file can hold. */
+/* Replaces the element's text in memory. A character that a cut left unfinished at the end of the
+ * value is dropped. Returns 0; or -1 when the element has child elements, or the value holds what
+ * no XML file can: bytes that are no UTF-8, control characters other than tab and line ends, U+FFFE
+ * and U+FFFF. */
 int cfg_set_param_value(cfg_node* node, const char* value);
 
 /* The same for a value that came from the EEPROM and must not be reported back to it. Ours never
  * reports by itself (the xmlcfg tool does), a camera's own library may. */
 int cfg_set_param_value_no_eeprom(cfg_node* node, const char* value);
 
-/* Writes the whole tree to `path`, atomically: whoever reads the file or cuts the power meanwhile
- * sees the old file or the new one, whole. Keeps the old file's owner and mode. Returns 0 or -1. */
+/* Saves what was changed through the handle in the file that it was loaded from, as that file is
+ * now: what others have saved since then stays, and the handle's own tree does not show it. The
+ * whole tree goes to another `path`, or to one where there is no file any more. Atomic: whoever
+ * reads the file or cuts the power meanwhile sees the old file or the new one, whole. Writes
+ * nothing when the file would stay the same. Keeps the old file's owner and mode.
+ *
+ * Returns 0. Returns -1 with the file untouched when it can't be written, is not a configuration
+ * any more, or another saver holds it for 5 s; and -1 with all else saved when an element that was
+ * changed here is gone there, or has child elements now. */
 int cfg_save_file(cfg_handle* handle, const char* path);
 
 /* The element at a dotted path below `root`, created with whatever is missing on the way to it.
- * Null when the path holds an empty component or one that is no XML name. */
+ * Null when something is missing whose name is empty or no XML name in ASCII without "." and ":".
+ */
 cfg_node* cfg_add_param_node(cfg_node* root, const char* path);
 
 /* Gives a new element its value. Returns 0 or -1, as cfg_set_param_value. */
 int cfg_add_param_value(cfg_node* node, const char* value);
 
-/* Copies all attributes of `source` to `destination`, replacing those of the same name. Returns 0.
- */
+/* Copies all attributes of `source` that XML can hold to `destination`, replacing those of the same
+ * name. Returns 0. */
 int cfg_cp_node_attr(cfg_node* destination, cfg_node* source);
 
 /* Copies one attribute. Returns 0, or -1 when `source` has none of that name. */

@@ -54,7 +54,8 @@ inline constexpr auto lvdn_fields = JoinFields(
 static_assert(IsSound<FaultOf(lvln_fields, "lvln_")>() && PayloadSize(lvln_fields) == 654);
 static_assert(IsSound<FaultOf(lvad_fields, "lvad_")>() && PayloadSize(lvad_fields) == 651);
 static_assert(IsSound<FaultOf(lvdn_fields, "lvdn_")>() && PayloadSize(lvdn_fields) == 649);
-static_assert(IsSound<FaultOf(lvln_extensions)>() && IsSound<FaultOf(lvad_extensions)>());
+static_assert(IsSound<FaultOf(lvln_extensions)>());
+static_assert(IsSound<FaultOf(lvad_extensions)>());
 static_assert(IsSound<FaultOf(lvdn_extensions)>());
 
 inline constexpr auto EEprom_WriteLvln = EEprom_WriteFields<lvln_fields>;

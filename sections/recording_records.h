@@ -63,7 +63,8 @@ inline constexpr auto srex_fields = WithoutLastKey(JoinFields(
 
 static_assert(IsSound<FaultOf(srin_fields, "srin_")>() && PayloadSize(srin_fields) == 714);
 static_assert(IsSound<FaultOf(srex_fields, "srex_")>() && PayloadSize(srex_fields) == 1113);
-static_assert(IsSound<FaultOf(srin_extensions)>() && IsSound<FaultOf(srex_extensions)>());
+static_assert(IsSound<FaultOf(srin_extensions)>());
+static_assert(IsSound<FaultOf(srex_extensions)>());
 
 inline constexpr auto EEprom_WriteSrin = EEprom_WriteFields<srin_fields>;
 inline constexpr auto EEprom_WriteSrex = EEprom_WriteFields<srex_fields>;

@@ -113,21 +113,24 @@ int EEprom_WriteSection(int fd, SectionRecord& record) {
   return 0;
 }
 
+void EEprom_ReadHeader(int fd, SectionRecord& record) {
+  record.type = SectionType{ReadNumber(fd, record.address, 4)};
+  record.version = ReadNumber(fd, record.address + version_offset, 1);
+  record.next_address = ReadNumber(fd, record.address + next_address_offset, 4);
+}
+
 int EEprom_ReadSection(int fd, SectionRecord& record) {
-  const std::uint32_t address = record.address;
   const int status = EEprom_SelectByteWidth(fd);
   record.data.clear();
-  record.type = SectionType{ReadNumber(fd, address, 4)};
-  record.version = ReadNumber(fd, address + version_offset, 1);
-  record.next_address = ReadNumber(fd, address + next_address_offset, 4);
-
+  EEprom_ReadHeader(fd, record);
   const SectionFormat* format = FindFormat(record.type);
   if (format == nullptr) {
     Section_ReportUnknownType("EEprom_ReadSection", record.type);
     return -1;
   }
-  const int result = format->read(fd, record, address + SECTION_HEADER_SIZE);
+  const int result = format->read(fd, record, record.address + SECTION_HEADER_SIZE);
   if (result != 0 || record.type != SectionType::identification) return result;
-  if (status < 0) record.data.clear();  // a failed read leaves no payload
-  return status;
+  if (status >= 0) return 0;  // a driver may answer with the width that was selected before
+  record.data.clear();        // a failed read leaves no payload
+  return -1;
 }

@@ -41,6 +41,9 @@ void Section_PrintHeader(const SectionRecord& record);
 // refused transfers are reported one by one and passed over.
 int EEprom_WriteSection(int fd, SectionRecord& record);
 
+// Reads the header at the record's address into the record; 8-bit data must be selected.
+void EEprom_ReadHeader(int fd, SectionRecord& record);
+
 // Reads header and payload at the record's address into its other members. Returns 0; or -1, with
 // no payload, for an unknown type, a version other than 1, or an identification on a bus that
 // refused the data width. The header's members are valid either way.

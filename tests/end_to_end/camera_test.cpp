@@ -9,6 +9,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -245,21 +246,34 @@ TEST_F(EndToEnd, LensPositionsGoToTheLensDriver) {
   EXPECT_EQ("zoom=" + zoom + "\n", Content(camera.state + "/mnt/mtd/lens_position_change"));
 }
 
-TEST_F(EndToEnd, ConfigurationToolRefusesCleanly) {
+TEST_F(EndToEnd, ConfigurationToolRefusesCleanlyAndReportsWhatIsTheDaemons) {
   const Camera camera;
+  camera.Ok("start");
   const std::string before = camera.Configuration();
+  const std::string image = camera.Eeprom();
+  const std::string tool = "exec /bin/xmlcfg ";
   for (const char* arguments :
        {"", "-g", "-g General.System.HTTPPort", "-g No.Such.Path /etc/device.conf",
         "-g General /etc/device.conf", "-s General.System.HTTPPort 1 /etc/none",
         "-s No.Such.Path 1 /etc/device.conf", "-s General 1 /etc/device.conf", "-x a b",
-        "-g General.System.HTTPPort /etc/device.conf extra"}) {
-    const Result result = camera.Run(std::string("exec /bin/xmlcfg ") + arguments);
+        "-g General.System.HTTPPort /etc/device.conf extra", "-l 'No*' /etc/device.conf",
+        "-s General.System.HTTPPort 1 -", "-s General.System.HTTPPort \xFF /etc/device.conf"}) {
+    const Result result = camera.Run(tool + arguments);
     EXPECT_EQ(1, result.status) << arguments;
-    EXPECT_FALSE(result.output.empty()) << arguments;
+    EXPECT_EQ(1, std::ranges::count(result.output, '\n')) << arguments;
   }
+  EXPECT_EQ("", camera.Ok(tool + "-s General.System.HTTPPort 81 /opt/factory/device.conf"));
+  camera.Ok("notify ''");
   EXPECT_EQ(before, camera.Configuration());
+  EXPECT_EQ(image, camera.Eeprom()) << "another file is not the daemon's";
+  const std::string longer =
+      camera.Ok(tool + "-s Image.OSD.Alias " + std::string(113, 'x') + " /etc/device.conf");
+  EXPECT_TRUE(Contains(longer, "128 bytes of PATH=VALUE, not 129")) << longer;
   camera.Set("PTZ.Speed.ZoomSpeed", "-1");
-  EXPECT_EQ("-1", camera.Get("PTZ.Speed.ZoomSpeed")) << "a value is no option";
+  EXPECT_EQ("PTZ.Speed.ZoomSpeed=-1\n",
+            camera.Ok(tool + "-l '*.Zoom*eed' - <" + camera.state + "/etc/device.conf"))
+      << "a value is no option";
+  EXPECT_TRUE(Contains(camera.Ok(tool + "--version"), "xmlcfg 0."));
 }
 
 }  // namespace

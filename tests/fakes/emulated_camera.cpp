@@ -149,9 +149,12 @@ int File_Read(const char* path, std::string& content) {
   return 0;
 }
 
-int File_Replace(const char* path, std::string_view content) {
+int File_Update(const char* path, const FileChange& change) {
+  const auto file = camera.files.find(path);
+  std::string next;
+  if (!change(file == camera.files.end() ? nullptr : &file->second, next)) return -1;
   camera.actions.emplace_back("save");
-  camera.files[path] = content;
+  camera.files[path] = next;
   return 0;
 }
 

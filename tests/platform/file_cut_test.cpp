@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Saving device.conf, cut or failing at each system call: the file is the old one or the new one.
+// Saving a file, cut or failing at each system call: it is the old one or the new one.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "platform/file.h"
-#include "platform/libcfg.h"
 #include "tests/platform/temporary_folder.h"
 
 namespace {
@@ -21,37 +17,34 @@ namespace {
 enum class Trouble { none, cut_before, cut_after, fails, half };
 
 Trouble trouble = Trouble::none;
-int trouble_at = -1;  // the number of the call, from 0
+std::size_t trouble_at = 0;  // the number of the call, from 1
 std::vector<std::string> calls;
+
+bool Hits(Trouble what) { return calls.size() == trouble_at && trouble == what; }
+
+void CutIf(bool hit) {
+  if (hit) _exit(2);
+}
 
 // Counts the call; true when it is to go through.
 bool Passes(const char* name) {
-  const bool hit = static_cast<int>(calls.size()) == trouble_at;
   calls.emplace_back(name);
-  if (!hit || trouble == Trouble::cut_after || trouble == Trouble::half) return true;
-  if (trouble == Trouble::cut_before) _exit(0);
+  CutIf(Hits(Trouble::cut_before));
   errno = ENOSPC;
-  return trouble != Trouble::fails;
-}
-
-template <typename Result>
-Result Done(Result result) {
-  if (static_cast<int>(calls.size()) - 1 == trouble_at && trouble == Trouble::cut_after) _exit(0);
-  return result;
-}
-
-bool IsHalved() {
-  return static_cast<int>(calls.size()) - 1 == trouble_at && trouble == Trouble::half;
+  return !Hits(Trouble::fails);
 }
 
 }  // namespace
 
 // NOLINTBEGIN: the linker prescribes the names, the C library the parameters
-#define WRAP(result, name, parameters, arguments)                      \
-  extern "C" result __real_##name parameters;                          \
-  extern "C" result __wrap_##name parameters;                          \
-  extern "C" result __wrap_##name parameters {                         \
-    return Passes(#name) ? Done<result>(__real_##name arguments) : -1; \
+#define WRAP(type, name, parameters, arguments)  \
+  extern "C" type __real_##name parameters;      \
+  extern "C" type __wrap_##name parameters;      \
+  extern "C" type __wrap_##name parameters {     \
+    if (!Passes(#name)) return -1;               \
+    const type result = __real_##name arguments; \
+    CutIf(Hits(Trouble::cut_after));             \
+    return result;                               \
   }
 WRAP(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode))
 WRAP(int, open64, (const char* path, int flags, mode_t mode), (path, flags, mode))
@@ -61,7 +54,7 @@ WRAP(int, fchmod, (int fd, mode_t mode), (fd, mode))
 WRAP(int, ftruncate, (int fd, long size), (fd, size))
 WRAP(int, ftruncate64, (int fd, long long size), (fd, size))
 WRAP(ssize_t, write, (int fd, const void* data, size_t size),
-     (fd, data, IsHalved() ? size / 2 : size))
+     (fd, data, Hits(Trouble::half) ? size / 2 : size))
 WRAP(int, fsync, (int fd), (fd))
 WRAP(int, rename, (const char* from, const char* to), (from, to))
 WRAP(int, unlink, (const char* path), (path))
@@ -70,103 +63,51 @@ WRAP(int, close, (int fd), (fd))
 
 namespace {
 
-std::string Saved(char letter) {
-  return "<root><General><Name>" + std::string(40000, letter) + "</Name></General></root>";
-}
+const std::string old_file(40000, 'o');
+const std::string new_file(50000, 'n');
 
 struct Folder : TemporaryFolder {
-  std::string file = path + "/device.conf";
-
-  Folder() { EXPECT_EQ(0, Save('o', Trouble::none, -1)); }
-
-  int Save(char letter, Trouble what, int at) {
-    trouble = what;
-    trouble_at = at;
-    calls.clear();
-    const int result = File_Replace(file.c_str(), Saved(letter));
-    trouble = Trouble::none;
-    return result;
-  }
-
-  // 'o' or 'n': which of the two whole files is there.
-  char Version() const {
-    std::string content;
-    EXPECT_EQ(0, File_Read(file.c_str(), content));
-    cfg_handle* handle = cfg_init(file.c_str());
-    EXPECT_NE(nullptr, cfg_find_param_node(handle, "root"));
-    cfg_deinit(handle);
-    if (content == Saved('o')) return 'o';
-    return content == Saved('n') ? 'n' : '?';
-  }
-
-  std::size_t Entries() const {
-    const std::filesystem::directory_iterator all(path);
-    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-  }
+  std::string file = Write("device.conf", old_file);
 };
 
-// The calls of a save that nothing disturbs.
-std::vector<std::string> UndisturbedCalls() {
-  Folder folder;
-  EXPECT_EQ(0, folder.Save('n', Trouble::none, -1));
-  return calls;
-}
-
-int Position(const std::vector<std::string>& trace, const char* name) {
-  return static_cast<int>(std::ranges::find(trace, name) - trace.begin());
+// Saves in a process of its own. Returns 0, 1 for a failed save, 2 for a cut.
+int SaveWith(const Folder& folder, Trouble what, std::size_t at) {
+  const pid_t child = fork();
+  if (child == 0) {
+    calls.clear();
+    trouble = what;
+    trouble_at = at;
+    _exit(File_Replace(folder.file.c_str(), new_file) == 0 ? 0 : 1);
+  }
+  int status = -1;
+  return waitpid(child, &status, 0) == child ? WEXITSTATUS(status) : -1;
 }
 
 TEST(FileCut, LeavesTheOldFileOrTheNewOne) {
-  const auto trace = UndisturbedCalls();
-  const int rename = Position(trace, "rename");
-  ASSERT_LT(Position(trace, "write"), Position(trace, "fsync"));
-  ASSERT_LT(Position(trace, "fsync"), rename) << "the content is on the disk before it counts";
-  ASSERT_LT(rename, static_cast<int>(trace.size()));
+  ASSERT_EQ(0, File_Replace(Folder().file.c_str(), new_file));
+  const auto trace = calls;
+  const auto number = [&trace](const char* name) {
+    return static_cast<std::size_t>(std::ranges::find(trace, name) - trace.begin()) + 1;
+  };
+  ASSERT_LT(number("write"), number("fsync"));
+  ASSERT_LT(number("fsync"), number("rename")) << "the content is on the disk before it counts";
   ASSERT_EQ(2, std::ranges::count(trace, "fsync")) << "so is the folder in the end";
-
-  int cuts = 0;
-  int leftovers = 0;
-  std::map<char, int> versions;
-  for (const Trouble cut : {Trouble::cut_before, Trouble::cut_after}) {
-    for (int at = 0; at < static_cast<int>(trace.size()); ++at, ++cuts) {
-      SCOPED_TRACE(testing::Message() << "cut at call " << at);
-      Folder folder;
-      const pid_t child = fork();
-      ASSERT_GE(child, 0);
-      if (child == 0) {
-        (void)folder.Save('n', cut, at);
-        _exit(1);  // the save outlived its cut
-      }
-      int status = -1;
-      ASSERT_EQ(child, waitpid(child, &status, 0));
-      EXPECT_EQ(0, status);
-      const char version = folder.Version();
-      ++versions[version];
-      EXPECT_EQ(at < rename || (at == rename && cut == Trouble::cut_before) ? 'o' : 'n', version);
-      leftovers += folder.Entries() > 1 ? 1 : 0;
-      EXPECT_EQ(0, folder.Save('n', Trouble::none, -1)) << "the next save works";
-      EXPECT_EQ('n', folder.Version());
-      EXPECT_EQ(1U, folder.Entries()) << "and cleans up";
-    }
-  }
-  (void)std::printf("save: %d cuts, %d old file, %d new file, %d left a temporary file\n", cuts,
-                    versions['o'], versions['n'], leftovers);
-}
-
-TEST(FileCut, FailsWholeOrNotAtAll) {
-  const auto trace = UndisturbedCalls();
-  for (int at = 0; at < static_cast<int>(trace.size()); ++at) {
-    for (const Trouble what : {Trouble::fails, Trouble::half}) {
-      const std::string& name = trace[static_cast<std::size_t>(at)];
+  for (std::size_t at = 1; at <= trace.size(); ++at) {
+    for (const Trouble what :
+         {Trouble::cut_before, Trouble::cut_after, Trouble::fails, Trouble::half}) {
+      const std::string& name = trace[at - 1];
       SCOPED_TRACE(testing::Message() << "call " << at << ", " << name);
-      Folder folder;
-      const int result = folder.Save('n', what, at);
-      EXPECT_EQ(result == 0 ? 'n' : 'o', folder.Version());
-      const bool harmless =
-          what == Trouble::half || name.starts_with("fch") || at > Position(trace, "rename");
-      EXPECT_EQ(harmless ? 0 : -1, result);
-      EXPECT_EQ(0, folder.Save('n', Trouble::none, -1));
-      EXPECT_EQ(1U, folder.Entries()) << "no temporary file stays behind";
+      const Folder folder;
+      const bool is_cut = what == Trouble::cut_before || what == Trouble::cut_after;
+      const bool is_harmless = what == Trouble::half || name.starts_with("fch") || name == "close";
+      const bool is_new = at > number("rename") ||
+                          (is_cut ? name == "rename" && what == Trouble::cut_after : is_harmless);
+      const int failed = is_new ? 0 : 1;
+      EXPECT_EQ(is_cut ? 2 : failed, SaveWith(folder, what, at));
+      EXPECT_TRUE(folder.Read("device.conf") == (is_new ? new_file : old_file));
+      EXPECT_EQ(0, File_Replace(folder.file.c_str(), new_file)) << "the next save works";
+      EXPECT_TRUE(folder.Read("device.conf") == new_file);
+      EXPECT_FALSE(std::filesystem::exists(folder.path + "/.device.conf.new")) << "and cleans up";
     }
   }
 }

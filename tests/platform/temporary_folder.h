@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 struct TemporaryFolder {
@@ -14,4 +16,14 @@ struct TemporaryFolder {
   ~TemporaryFolder() { std::filesystem::remove_all(path); }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  // Returns the path.
+  std::string Write(const std::string& name, std::string_view content) const {
+    std::ofstream(path + "/" + name, std::ios::binary | std::ios::trunc) << content;
+    return path + "/" + name;
+  }
+  std::string Read(const std::string& name) const {
+    std::ifstream file(path + "/" + name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
 };
