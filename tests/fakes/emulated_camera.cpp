@@ -68,12 +68,7 @@ void OnWait(unsigned microseconds) {
   Host_SleepMicroseconds(microseconds);
 }
 
-constexpr I2cAdapter adapter = {.name = "emulated",
-                                .claims = nullptr,
-                                .request = OnRequest,
-                                .write = OnWrite,
-                                .read = OnRead,
-                                .wait = OnWait};
+constexpr I2cAdapter adapter = {"emulated", nullptr, OnRequest, OnWrite, OnRead, OnWait};
 
 }  // namespace
 
