@@ -371,7 +371,7 @@ TEST(Message, OfNothingThatThereIsWritesNothing) {
   }
 }
 
-TEST(Message, ThatIsCutCostsItsOwnFieldsOnly) {
+TEST(PowerCut, InAMessageCostsItsOwnFieldsOnly) {
   for (const Message& message : messages) {
     FitStartedCamera();
     const std::string file = camera.files[device_conf];
