@@ -331,7 +331,7 @@ const std::vector<Message> messages = {
     {"ImageSource.RecordIndex=2", "", "10246+32 41+4 11364+32 41+4", "Profile3\0"s, 11364, "ImageSource.RecordIndex"},
     {"Image.OSD.Date=on", "", "1471+1 41+4 1472+64 41+4", "\3Gate %T\0"s, 1471, "Image.OSD"},
     {"General.UserID.U1.User=Ym9iOndvcmQ=,01000001", "", "321+32 41+4 481+32 41+4 579+1 41+4", "\0"s, 579, "General.UserID"},
-    {"remove_stpf=1", "", "6179+1350", "\0\0\0\x08\1\0\0\x1D\x69\0"s, 6179, "StreamProfile.I1"},
+    {"remove_stpf=1", "", "6179+1350", "\0\0\1\0"s, 6245, "StreamProfile.I1"},
     {"remove_userX=1", "i=2\ni=7\ni=12\n", "321+32 41+4 481+32 41+4 579+1 41+4", std::string(32, '\0'), 321, "General.UserID.U1"},
     {"remove_record=0", "", "10239+1 41+4 10504+64 41+4 10568+64 41+4 10632+64 41+4 10696+64 41+4 11357+1 41+4 11562+64 41+4 11626+64 41+4 11690+64 41+4 11818+64 41+4", "\0"s, 10239, "Event.Scheduled.S0"},
     {"remove_server=1", "remove sever=1\nNsIndex=-1\n", "10952+1122", "\0\0\0\x0A\1\0\0\0\0\0"s, 10952, "Event.S"},

@@ -85,6 +85,8 @@ TEST(I2cKernel, IsChosenForADeviceThatIsNotTheVendors) {
   (void)EEprom_Close(fd);
   EXPECT_EQ(&i2c_kernel_adapter, I2c_UseAdapter(nullptr));
   EXPECT_EQ(-1, fcntl(fd, F_GETFD)) << "closed";
+  (void)EEprom_Close(0);
+  EXPECT_NE(-1, fcntl(0, F_GETFD)) << "counts as not open";
 }
 
 TEST(I2cKernel, LeavesTheBytesThatTheVendorsBuffersLeave) {
