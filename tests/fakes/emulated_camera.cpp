@@ -234,10 +234,8 @@ void ForEachCut(const std::function<void()>& action, const std::function<void()>
   camera.writes.clear();
   action();
   const auto transfers = std::exchange(camera.writes, {});
-  for (std::size_t cut = 0; cut < transfers.size(); ++cut) {
-    const Transfer& whole = transfers[cut];
-    for (std::size_t way = 0; way < 3; ++way) {
-      if (way != cut % 3 && whole.address >= 45) continue;
+  for (const Transfer& whole : transfers) {
+    for (const int way : {0, 1, 2}) {
       camera.files = files;
       camera.chip = state;
       if (way == 1) Keep(camera.chip, whole, 1);

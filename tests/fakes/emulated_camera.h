@@ -67,9 +67,8 @@ void Store(std::size_t address, std::string_view bytes);
 // The runs of bytes that an action writes, in the order of the bus: "582+9 41+4".
 std::string WrittenBy(const std::function<void()>& action);
 
-// Calls `check` for every transfer of an action, with the EEPROM that a power failure in it leaves
-// and the files as they are now: the transfer is lost, half of it arrives, its cells are torn. In
-// the identification all three for each transfer, behind it in turn.
+// Calls `check` with what a power failure in each transfer of an action leaves of the EEPROM (the
+// transfer is lost, half of it arrives, its cells are torn) and with the files as they are now.
 void ForEachCut(const std::function<void()>& action, const std::function<void()>& check);
 
 // "29 00 02 01"

@@ -87,6 +87,7 @@ TEST(Section, OfAnUnknownTypeLeavesItsHeader) {
   SectionRecord record;
   record.type = SectionType{11};
   record.address = 100;
+  EXPECT_FALSE(Section_Prepare(record));
   EXPECT_EQ("EEprom_WriteSection: Unknown section type 11.\n",
             OutputOf([&record] { EXPECT_EQ(0, EEprom_WriteSection(fd, record)); }));
   EXPECT_EQ(100U, record.address);
