@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 
 #include "platform/host.h"
 
@@ -101,30 +100,32 @@ bool Resolve(const char* path, Target& target) {
   return true;
 }
 
-struct Contents {
-  std::optional<std::string> present;  // nothing: there is no such file
-  std::string next;
-};
+enum class Outcome : std::uint8_t { failed, same, changed };
 
-bool Prepare(const Target& target, const FileChange& change, Contents& contents) {
-  std::string& present = contents.present.emplace();
-  if (File_Read(target.file.c_str(), present) == 0) return change(&present, contents.next);
-  contents.present.reset();
-  return errno == ENOENT && change(nullptr, contents.next);
+// Makes the file's next content.
+Outcome Prepare(const Target& target, const FileChange& change, std::string& next) {
+  std::string present;
+  const bool exists = File_Read(target.file.c_str(), present) == 0;
+  if (!exists && errno != ENOENT) return Outcome::failed;
+  if (!change(exists ? &present : nullptr, next)) return Outcome::failed;
+  return exists && present == next ? Outcome::same : Outcome::changed;
 }
 
-enum class Outcome : std::uint8_t { failed, same, replaced };
+// Without the lock, which costs the flash a new file.
+Outcome Foresee(const Target& target, const FileChange& change) {
+  std::string next;
+  return Prepare(target, change, next);
+}
 
 // Another saver may have been at work until the lock was there, so everything is looked at again.
 Outcome UpdateLocked(int fd, const Target& target, const FileChange& change) {
-  Contents contents;
-  if (!Prepare(target, change, contents)) return Outcome::failed;
-  if (contents.present == contents.next) return Outcome::same;
+  std::string next;
+  const Outcome outcome = Prepare(target, change, next);
+  if (outcome != Outcome::changed) return outcome;
   CopyOwnerAndMode(fd, target.file.c_str());
-  const bool replaced = ftruncate(fd, 0) == 0 && WriteAll(fd, contents.next) == 0 &&
-                        fsync(fd) == 0 &&
+  const bool replaced = ftruncate(fd, 0) == 0 && WriteAll(fd, next) == 0 && fsync(fd) == 0 &&
                         rename(target.temporary.c_str(), target.file.c_str()) == 0;
-  return replaced ? Outcome::replaced : Outcome::failed;
+  return replaced ? Outcome::changed : Outcome::failed;
 }
 
 }  // namespace
@@ -146,16 +147,16 @@ int File_Read(const char* path, std::string& content) {
 
 int File_Update(const char* path, const FileChange& change) {
   Target target;
-  Contents contents;
-  if (!Resolve(path, target) || !Prepare(target, change, contents)) return -1;
-  if (contents.present == contents.next) return 0;
-  const int fd = OpenLocked(target.temporary.c_str());
-  if (fd < 0) return -1;
-  const Outcome outcome = UpdateLocked(fd, target, change);
-  if (outcome != Outcome::replaced) (void)unlink(target.temporary.c_str());
-  (void)close(fd);  // and with it the lock
-  // The new file is in place; a cut now shows the old or the new.
-  if (outcome == Outcome::replaced) (void)FlushFolder(target.folder.c_str());
+  Outcome outcome = Resolve(path, target) ? Foresee(target, change) : Outcome::failed;
+  if (outcome == Outcome::changed) {
+    const int fd = OpenLocked(target.temporary.c_str());
+    if (fd < 0) return -1;
+    outcome = UpdateLocked(fd, target, change);
+    if (outcome != Outcome::changed) (void)unlink(target.temporary.c_str());
+    (void)close(fd);  // and with it the lock
+    // The new file is in place; a cut now shows the old or the new.
+    if (outcome == Outcome::changed) (void)FlushFolder(target.folder.c_str());
+  }
   return outcome == Outcome::failed ? -1 : 0;
 }
 

@@ -17,6 +17,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/file.h"
@@ -288,7 +289,8 @@ std::string Print(const LoadedFile& file) {
   StringWriter writer;
   writer.text = file.before_root;
   file.document.document_element().print(writer, "", pugi::format_raw, pugi::encoding_utf8);
-  return writer.text + file.after_root;
+  writer.text += file.after_root;
+  return std::move(writer.text);
 }
 
 pugi::xml_node NextOfItsName(const pugi::xml_node& element) {
@@ -334,8 +336,8 @@ enum class Merged : std::uint8_t { all, in_part, nothing };
 Merged Merge(const LoadedFile& file, std::string_view present, std::string& next) {
   LoadedFile now;
   const std::string_view root = file.document.document_element().name();
-  if (!Parse(present, now) || now.document.document_element().name() != root)
-    return Merged::nothing;
+  if (!Parse(present, now)) return Merged::nothing;
+  if (now.document.document_element().name() != root) return Merged::nothing;
   Merged merged = Merged::all;
   for (const Change& change : file.changes) {
     if (!Repeat(change, now.document)) merged = Merged::in_part;
