@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <memory>
 #include <optional>
 
@@ -142,7 +141,7 @@ std::optional<int> ReadMaxCount(cfg_node* list_node) {
 
 // The first index whose instance does not exist, or no_index when each below "MaxCnt" does; nothing
 // when that is missing.
-constexpr int no_index = std::numeric_limits<int>::min();
+constexpr int no_index = -1;
 std::optional<int> FirstFreeIndex(const ListKind& list, cfg_node* device_root,
                                   cfg_node* list_node) {
   const std::optional<int> max_count = ReadMaxCount(list_node);
@@ -190,14 +189,15 @@ bool List_AddInstance(const ListKind& list, const char* folder, cfg_node* device
   }
   if (first_free) index = FirstFreeIndex(list, device_root, list_node);
   if (!index) return false;
-  const bool is_missing = *index != no_index && !HasInstance(list, device_root, *index);
+  const bool all_taken = first_free && *index == no_index;
+  const bool is_missing = !all_taken && !HasInstance(list, device_root, *index);
   return !is_missing || AddInstance(list, device_root, *index, loaded.node);
 }
 
 void Nv_AddListInstance(const ListKind& list, cfg_handle* device, cfg_node* device_root,
                         const char* path) {
   if (!List_AddInstance(list, template_folder, device_root, path)) return;
-  // A save that fails is tried again with the walk's own.
+  // A save that fails leaves the instance in the tree, and the walk's own save comes later.
   (void)cfg_save_file(device, device_conf);
   if (list.sets_ns_index) Nv_Print("NsIndex=%d\n", NsIndex);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "daemon/commands.h"
 
+#include <algorithm>
 #include <array>
 
 #include "config/change_propagation.h"

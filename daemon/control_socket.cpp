@@ -41,22 +41,26 @@ void Watch(int fd) {
   highest = std::max(highest, fd);
 }
 
-void AcceptClient() {
+// False when there was nobody to accept, or no way to.
+bool AcceptClient() {
   sockaddr_un address{};
   socklen_t length = sizeof address;
   const int fd = accept4(listener, reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC);
-  if (fd == 0) return;  // 0 marks a free slot
-  if (fd < 0) {         // a full descriptor table, for example, that the next wait would find again
+  if (fd == 0) return true;  // 0 marks a free slot
+  if (fd < 0) {
+    // A full descriptor table, for example, keeps the listener ready; serving the clients that were
+    // taken before makes room in it.
     Host_SleepMicroseconds(rest_after_refusal_us);
-    return;
+    return false;
   }
   auto* slot = std::find(clients.begin(), clients.end(), 0);
   if (slot == clients.end()) {
     (void)close(fd);
-    return;
+    return true;
   }
   *slot = fd;
   Watch(fd);
+  return true;
 }
 
 // Senders write at once; one that does not holds the daemon up, but not its end: once that is asked
@@ -104,10 +108,7 @@ int Nv_HandleSocket() {
     return -1;
   }
   if (count <= 0) return 0;
-  if (IsIn(listener, ready)) {
-    AcceptClient();
-    return 0;
-  }
+  if (IsIn(listener, ready) && AcceptClient()) return 0;
   for (int& client : clients) {
     // Every client that was taken is served, whether or not its message is there yet.
     if (client > 0 && IsIn(client, master)) ServeClient(client);

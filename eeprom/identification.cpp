@@ -26,15 +26,16 @@ int Classify(const SectionRecord& record, std::string_view product) {
 }
 
 int ReadAndClassify(int fd, std::string_view product, SectionRecord& record) {
-  // A bus that refuses the width refuses it again when the section is read, which reports it.
+  // A bus that keeps refusing the width refuses it to the section's reader as well, which counts.
   (void)EEprom_SelectByteWidth(fd);
   if (EEprom_ReadSection(fd, record) < 0) return identification_empty;
   Section_PrintHeader(record);
   return Classify(record, product);
 }
 
-// Whether header and id read once more as they stand in the record. An id that was not read the
-// first time, because the header was no identification's, is not compared.
+// Whether header and id read once more as they stand in the record. Only an identification that can
+// be read has an id to compare; one that came without it, because the bus refused the width, does
+// not read the same.
 bool ReadsTheSame(int fd, const SectionRecord& first) {
   SectionRecord again;
   std::array<std::uint8_t, identification_id.size> id;
@@ -45,23 +46,23 @@ bool ReadsTheSame(int fd, const SectionRecord& first) {
     return false;
   }
   const auto first_id = Section_Field(first, identification_id.offset, identification_id.size);
-  return first.type != SectionType::identification || first_id.empty() ||
-         std::ranges::equal(first_id, id);
+  const bool has_id = first.type == SectionType::identification && first.version == section_version;
+  return !has_id || std::ranges::equal(first_id, id);
 }
 
 }  // namespace
 
 int Nv_CheckIdentification(int fd, std::string_view product) {
   constexpr int most_checks = 3;
-  int answer = identification_match;
-  for (int check = 0; check < most_checks; ++check) {
+  for (int check = 1;; ++check) {
     SectionRecord record;
-    answer = ReadAndClassify(fd, product, record);
+    const int answer = ReadAndClassify(fd, product, record);
     // A read that fails looks like any other byte. Believed at once, one of them would cost a
     // factory reset, or the image of a board that was to be restored.
-    if (answer == identification_match || ReadsTheSame(fd, record)) break;
+    if (answer == identification_match || check == most_checks || ReadsTheSame(fd, record)) {
+      return answer;
+    }
   }
-  return answer;
 }
 
 bool Nv_IsMftBoard(int fd) {

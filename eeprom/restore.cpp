@@ -110,7 +110,8 @@ void PutValue(Restore& restore, std::size_t row, std::string_view row_path,
 void RestoreRow(Restore& restore, const Field& field, std::size_t row, std::size_t offset) {
   if (field.paths.empty()) return;
   ValueSlots stored{};
-  // A section of a type that does not convert was refused when it was read.
+  // An identification in a place of its own does not convert, which is reported; its slots stay
+  // empty.
   (void)Param_SectionToConfig(restore.record, stored, field.key, offset, field.format);
   const RowPaths paths = Map_SplitPaths(field.paths);
   for (std::size_t i = paths.count; i-- > 0;) PutValue(restore, row, paths.path[i], stored[i]);

@@ -5,21 +5,18 @@
 //   x, o             the chip leaves the bus, returns  %N           the power fails after N
 //   transfers
 // Anything else counts for nothing. At the end the chip is back and the daemon starts once more.
-#include <algorithm>
 #include <charconv>
-#include <string>
 
-#include "config/store.h"
-#include "fuzz/fuzz_camera.h"
-#include "tests/fakes/fake_chip.h"
+#include "fuzz/fuzz.h"
+#include "tests/fakes/emulated_camera.h"
 
 namespace {
 
 constexpr int most_lines = 64;
 constexpr int most_starts = 3;
 
-std::size_t ToNumber(std::string_view text, int base) {
-  std::size_t number = 0;
+unsigned ToNumber(std::string_view text, int base) {
+  unsigned number = 0;
   (void)std::from_chars(text.data(), text.data() + text.size(), number, base);
   return number;
 }
@@ -27,45 +24,41 @@ std::size_t ToNumber(std::string_view text, int base) {
 void PatchChip(std::string_view line) {
   std::size_t address = ToNumber(TakeUpTo(' ', line), 16);
   for (; line.size() >= 2; line.remove_prefix(2)) {
-    chip.bytes[address++ % chip.bytes.size()] =
+    camera.chip[address++ % camera.chip.size()] =
         static_cast<std::uint8_t>(ToNumber(line.substr(0, 2), 16));
   }
 }
 
-void SetInConfiguration(std::string_view line) {
-  const std::string path(TakeUpTo('=', line));
-  const ConfigFile config = Nv_OpenConfig();
-  cfg_node* node = config.root == nullptr ? nullptr : cfg_add_param_node(config.root, path.c_str());
-  if (node == nullptr) return;
-  (void)cfg_set_param_value(node, std::string(line).c_str());
-  (void)cfg_save_file(config.handle.get(), device_conf);
+void Restore() {
+  camera.lost_from = -1;
+  camera.absent = false;
 }
 
-void RestorePower() {
-  chip.dies_at_write = -1;
-  chip.absent = false;
+void RunLine(char what, std::string_view line, int& starts) {
+  if (what == '@') PatchChip(line);
+  if (what == '=') {
+    const std::string path(TakeUpTo('=', line));
+    SetParameter(path, std::string(line));
+  }
+  if (what == '!' && ++starts <= most_starts) StartAndCheck();
+  if (what == '>') SendAndCheck(line.substr(0, 128));
+  if (what == 'x') camera.absent = true;
+  if (what == 'o') Restore();
+  if (what == '%') {
+    camera.writes.clear();
+    camera.lost_from = ToNumber(line, 10) % 7000;
+  }
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  FitFactoryCamera();
-  std::string_view input(reinterpret_cast<const char*>(data), size);
+void FuzzOneInput(std::string_view input) {
+  FitFilledCamera();
   int starts = 0;
   for (int lines = 0; !input.empty() && lines < most_lines; ++lines) {
-    std::string_view line = TakeUpTo('\n', input);
-    const char what = line.empty() ? ' ' : line.front();
-    line.remove_prefix(std::min<std::size_t>(line.size(), 1));
-    if (what == '@') PatchChip(line);
-    if (what == '=') SetInConfiguration(line);
-    if (what == '!' && ++starts <= most_starts) StartAndCheck();
-    if (what == '>') SendAndCheck(line.substr(0, 128), chip.bytes.size());
-    if (what == 'x') chip.absent = true;
-    if (what == 'o') RestorePower();
-    if (what == '%') chip.dies_at_write = chip.writes + static_cast<int>(ToNumber(line, 10) % 7000);
+    const std::string_view line = TakeUpTo('\n', input);
+    if (!line.empty()) RunLine(line.front(), line.substr(1), starts);
   }
-  RestorePower();
+  Restore();
   StartAndCheck();
-  return 0;
 }

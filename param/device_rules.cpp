@@ -11,11 +11,13 @@ namespace {
 
 // clang-format off
 constexpr std::array if_motorized = {EnumRow{1, "motorized"}, UnknownText(0)};
-constexpr std::array encodings    = {EnumRow{0, "AAC"}, EnumRow{1, "AMR"}, EnumRow{2, "g.711_u-law"},
-                                     EnumRow{3, "g.711_a-law"}, EnumRow{4, "g.726"}};
+constexpr std::array encodings    = {EnumRow{0, "AAC"}, EnumRow{1, "AMR"},
+                                     EnumRow{2, "g.711_u-law"}, EnumRow{3, "g.711_a-law"},
+                                     EnumRow{4, "g.726"}};
 constexpr std::array denoise      = {EnumRow{100, "high"}, EnumRow{50, "low"}, EnumRow{0, "off"},
                                      UnknownText(0), UnknownNumber("off")};
-constexpr std::array inputs       = {EnumRow{1, "linein"}, EnumRow{2, "micin"}, UnknownNumber("micin")};
+constexpr std::array inputs       = {EnumRow{1, "linein"}, EnumRow{2, "micin"},
+                                     UnknownNumber("micin")};
 constexpr std::array outputs      = {EnumRow{1, "lineout"}, EnumRow{2, "speaker"}};
 // "on" and "off" have opposite numbers in the next two.
 constexpr std::array day_night    = {EnumRow{1, "off"}, EnumRow{2, "on"}, EnumRow{3, "schedule"},
@@ -77,27 +79,27 @@ void InputSource_ToConfig(const Conversion& conversion) {
 // clang-format off
 constexpr std::array lvln_table = {
     Enum("lvln_autofc_en", if_motorized),
-    Own("lvln_focus",     nullptr, LensPosition_ToConfig),
+    Own("lvln_focus",      nullptr, LensPosition_ToConfig),
     Enum("lvln_autoir_en", if_automatic),
-    Own("lvln_iris",      Iris_ToSection, Iris_ToConfig),
-    Own("lvln_zoom",      nullptr, LensPosition_ToConfig),
-    Names("lvln_pname_%d",  lvln_extensions),
+    Own("lvln_iris",       Iris_ToSection, Iris_ToConfig),
+    Own("lvln_zoom",       nullptr, LensPosition_ToConfig),
+    Names("lvln_pname_%d", lvln_extensions),
 };
 
 constexpr std::array lvad_table = {
     Enum("lvad_encoding",  encodings),
-    Own("lvad_sampling",  Sampling_ToSection, Sampling_ToConfig),
+    Own("lvad_sampling",   Sampling_ToSection, Sampling_ToConfig),
     Enum("lvad_denoise",   denoise),
-    FieldRule{.key = "lvad_insource", .to_section = Enum_ToSection, .to_config = InputSource_ToConfig,
-              .values = inputs},
+    FieldRule{.key = "lvad_insource", .to_section = Enum_ToSection,
+              .to_config = InputSource_ToConfig, .values = inputs},
     Enum("lvad_outsink",   outputs),
-    Names("lvad_pname_%d",  lvad_extensions),
+    Names("lvad_pname_%d", lvad_extensions),
 };
 
 constexpr std::array lvdn_table = {
-    Enum("lvdn_autodn_en",   if_automatic),
-    Enum("lvdn_daynight",    day_night),
-    Enum("lvdn_irled",       ir_led),
+    Enum("lvdn_autodn_en",    if_automatic),
+    Enum("lvdn_daynight",     day_night),
+    Enum("lvdn_irled",        ir_led),
     Names("lvdn_ir_pname_%d", lvdn_extensions),
 };
 // clang-format on

@@ -142,34 +142,34 @@ consteval FieldRule Scheduled(std::string_view key, Converter to_config, std::st
 
 // clang-format off
 constexpr std::array srin_table = {
-    Enum("srin_sdcard_en",           on_off),
-    Enum("srin_rec_continuous",      card_schedule),
-    Enum("srin_rec_onevent",         on_off),
-    Enum("srin_rec_event_media",     media),
+    Enum("srin_sdcard_en",          on_off),
+    Enum("srin_rec_continuous",     card_schedule),
+    Enum("srin_rec_onevent",        on_off),
+    Enum("srin_rec_event_media",    media),
     Own("srin_rec_videoprofile",    Profile_ToSection, Profile_ToConfig),
     Own("srin_rec_snapshotprofile", Profile_ToSection, Profile_ToConfig),
-    Names("srin_pname_%d",            srin_extensions),
-    Scheduled("srin_pvalue_2",            CardScheduled_ToConfig, "LS"),
-    Scheduled("srin_pvalue_3",            CardScheduled_ToConfig, "LS"),
-    Scheduled("srin_pvalue_4",            CardScheduled_ToConfig, "LS"),
+    Names("srin_pname_%d",          srin_extensions),
+    Scheduled("srin_pvalue_2",      CardScheduled_ToConfig, "LS"),
+    Scheduled("srin_pvalue_3",      CardScheduled_ToConfig, "LS"),
+    Scheduled("srin_pvalue_4",      CardScheduled_ToConfig, "LS"),
 };
 
 constexpr std::array srex_table = {
-    Enum("srex_rec_en",              if_ns),
-    Enum("srex_server_type",         protocols),
+    Enum("srex_rec_en",             if_ns),
+    Enum("srex_server_type",        protocols),
     Own("srex_srv_addr",            Address_ToSection, Location_ToConfig),
     Own("srex_srv_path",            Path_ToSection, Location_ToConfig),
     FieldRule{.key = "srex_srv_auth", .to_section = Authentication_ToSection,
               .to_config = Enum_ToConfig, .values = no_password, .numbers = 2},
-    Enum("srex_rec_continuous",      network_schedule),
-    Enum("srex_rec_onevent",         if_ns),
-    Enum("srex_rec_event_media",     media),
+    Enum("srex_rec_continuous",     network_schedule),
+    Enum("srex_rec_onevent",        if_ns),
+    Enum("srex_rec_event_media",    media),
     Own("srex_rec_videoprofile",    Profile_ToSection, Profile_ToConfig),
     Own("srex_rec_snapshotprofile", Profile_ToSection, Profile_ToConfig),
-    Names("srex_pname_%d",            srex_extensions),
-    Scheduled("srex_pvalue_1",            NetworkScheduled_ToConfig, "NS"),
-    Scheduled("srex_pvalue_2",            NetworkScheduled_ToConfig, "NS"),
-    Scheduled("srex_pvalue_3",            NetworkScheduled_ToConfig, "NS"),
+    Names("srex_pname_%d",          srex_extensions),
+    Scheduled("srex_pvalue_1",      NetworkScheduled_ToConfig, "NS"),
+    Scheduled("srex_pvalue_2",      NetworkScheduled_ToConfig, "NS"),
+    Scheduled("srex_pvalue_3",      NetworkScheduled_ToConfig, "NS"),
 };
 // clang-format on
 

@@ -54,11 +54,6 @@ void Constant_ToSection(const Conversion& conversion) {
   Field_SetNumber(conversion.field, conversion.rule.constant);
 }
 
-void Number_ToSection(const Conversion& conversion) {
-  Field_SetNumber(conversion.field,
-                  static_cast<std::uint32_t>(Text_ToInt(Slot_Text(conversion.slots[0]))));
-}
-
 std::int32_t Field_Signed(std::span<const std::uint8_t> field) {
   const std::uint32_t value = Field_Number(field);
   switch (field.size()) {

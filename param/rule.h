@@ -57,14 +57,14 @@ struct FieldRule {
 
 // The kinds that a section type converts without a rule.
 struct KindSet {
-  bool text = false;
-  bool u16 = false;
-  bool s16 = false;
-  bool word32 = false;
+  bool text = false;    // MAP_TEXT
+  bool u16 = false;     // MAP_U16
+  bool s16 = false;     // MAP_S16
+  bool word32 = false;  // MAP_WORD32
 };
 
 struct SectionRules {
-  SectionType type;
+  SectionType type;                      // whose fields they are about
   std::span<const FieldRule> rules;      // the first that fits a key counts
   KindSet to_section;                    // what needs no rule
   KindSet to_config;                     // and on the way back
@@ -83,7 +83,6 @@ void Text_ToSection(const Conversion& conversion);  // slot 0
 void Text_ToConfig(const Conversion& conversion);
 void Name_ToSection(const Conversion& conversion);
 void Constant_ToSection(const Conversion& conversion);  // whatever the configuration says
-void Number_ToSection(const Conversion& conversion);    // slot 0 in decimal, the low bits kept
 
 // The number in a field, two's complement.
 std::int32_t Field_Signed(std::span<const std::uint8_t> field);

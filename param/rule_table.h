@@ -18,7 +18,8 @@ inline constexpr std::array on_off = {EnumRow{1, "on"}, EnumRow{0, "off"}, Unkno
                                       UnknownNumber("off")};
 inline constexpr std::array if_automatic = {EnumRow{1, "auto"}, UnknownText(0)};
 
-// Whether a row is never reached, because an earlier one has its text or its number.
+// Whether a row of an enumeration is never reached, because an earlier one has its text or its
+// number.
 consteval bool HidesText(const EnumRow& earlier, const EnumRow& row) {
   using enum RowUse;
   if (row.use == to_config || row.use == unknown_number) return false;
@@ -36,17 +37,8 @@ consteval bool HidesNumber(const EnumRow& earlier, const EnumRow& row) {
   return row.use != unknown_number && earlier.number == row.number;
 }
 
-void a_text_or_a_number_stands_twice();  // has no body: such an enumeration does not compile
-
 // The rules. A key that ends in "%d" stands for every key with a number in that place.
 consteval FieldRule Enum(std::string_view key, std::span<const EnumRow> values) {
-  for (std::size_t i = 1; i < values.size(); ++i) {
-    for (const EnumRow& earlier : values.first(i)) {
-      if (HidesText(earlier, values[i]) || HidesNumber(earlier, values[i])) {
-        a_text_or_a_number_stands_twice();
-      }
-    }
-  }
   return {.key = key, .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = values};
 }
 
@@ -63,27 +55,49 @@ consteval FieldRule Own(std::string_view key, Converter to_section, Converter to
   return {.key = key, .to_section = to_section, .to_config = to_config};
 }
 
-// What is wrong between a rule table and its section's fields: a rule that is never used, or two
-// fields of the same parameter and no rule that tells what each of them is.
-consteval Finding FaultOf(std::span<const FieldRule> rules, std::span<const Field> fields) {
-  const auto follows = [](const Field& field, const FieldRule& rule) {
-    return IsAbout(rule, field.key);
-  };
-  const auto has_rule = [&](const Field& field) {
-    return std::ranges::any_of(rules, [&](const FieldRule& rule) { return follows(field, rule); });
-  };
-  for (const FieldRule& rule : rules) {
-    if (std::ranges::none_of(fields, [&](const Field& field) { return follows(field, rule); })) {
-      return {rule.key, "no field has the rule's key"};
+consteval bool HasHiddenRow(std::span<const EnumRow> values) {
+  for (std::size_t i = 1; i < values.size(); ++i) {
+    for (const EnumRow& earlier : values.first(i)) {
+      if (HidesText(earlier, values[i]) || HidesNumber(earlier, values[i])) return true;
     }
   }
+  return false;
+}
+
+// The rule that a field follows; the end when there is none.
+constexpr auto RuleOf(std::span<const FieldRule> rules, const Field& field) {
+  return std::ranges::find_if(rules,
+                              [&](const FieldRule& rule) { return IsAbout(rule, field.key); });
+}
+
+consteval Finding FaultOf(const FieldRule& rule, std::span<const FieldRule> rules,
+                          std::span<const Field> fields) {
+  if (HasHiddenRow(rule.values)) return {rule.key, "a text or a number stands twice"};
+  const bool is_followed = std::ranges::any_of(fields, [&](const Field& field) {
+    const auto first = RuleOf(rules, field);
+    return first != rules.end() && &*first == &rule;
+  });
+  return is_followed ? Finding() : Finding(rule.key, "no field follows this rule");
+}
+
+// A rule says what a flag means, and which part of a parameter each of its fields holds.
+consteval Finding FaultOf(const Field& field, std::span<const FieldRule> rules,
+                          std::span<const Field> fields) {
+  if (field.paths.empty() || RuleOf(rules, field) != rules.end()) return {};
+  if (field.format.kind == MAP_BYTE) return {field.key, "a byte needs a rule"};
+  const bool shares_paths = std::ranges::any_of(fields, [&](const Field& other) {
+    return &other != &field && other.paths == field.paths && RuleOf(rules, other) == rules.end();
+  });
+  return shares_paths ? Finding(field.key, "another field without a rule has its path") : Finding();
+}
+
+// What is wrong between a rule table and its section's fields.
+consteval Finding FaultOf(std::span<const FieldRule> rules, std::span<const Field> fields) {
+  for (const FieldRule& rule : rules) {
+    if (const Finding fault = FaultOf(rule, rules, fields); !fault.IsNone()) return fault;
+  }
   for (const Field& field : fields) {
-    if (field.paths.empty() || has_rule(field)) continue;
-    if (std::ranges::any_of(fields, [&](const Field& other) {
-          return &other != &field && other.paths == field.paths && !has_rule(other);
-        })) {
-      return {field.key, "another field without a rule has the same path"};
-    }
+    if (const Finding fault = FaultOf(field, rules, fields); !fault.IsNone()) return fault;
   }
   return {};
 }

@@ -41,6 +41,7 @@ constexpr std::size_t AddressAt(std::size_t position) {
   return address;
 }
 
+static_assert(most_paths == max_row_paths);
 // clang-format off
 static_assert(maps[1].row_count == 7   && maps[2].row_count == 15  && maps[3].row_count == 25);
 static_assert(maps[4].row_count == 57  && maps[5].row_count == 24  && maps[6].row_count == 23);

@@ -13,7 +13,7 @@
 
 struct SectionMap {
   SectionType type;
-  std::int32_t row_count;         // the fields with a key, which come first; negative: the end
+  std::int32_t row_count;         // the first fields, those with a key; negative: the end
   std::span<const Field> fields;  // in stored order
 };
 

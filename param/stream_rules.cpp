@@ -53,7 +53,7 @@ void FrameRate_ToConfig(const Conversion& conversion) {
 
 // One group of pictures a second; an encoder can't take a length of 0.
 void GroupOfPictures_ToSection(const Conversion& conversion) {
-  Number_ToSection(conversion);
+  Field_SetNumber(conversion.field, Unsigned(Text_ToInt(Slot_Text(conversion.slots[0]))));
   if (Field_Number(conversion.field) == 0) Field_SetNumber(conversion.field, 1);
 }
 
@@ -102,20 +102,20 @@ void ConstantBitRate_ToConfig(const Conversion& conversion) {
 
 // clang-format off
 constexpr std::array stpf_table = {
-    Enum("srpf_pf_videoencoder",   codecs),
+    Enum("srpf_pf_videoencoder",  codecs),
     Own("stpf_pf_hres",           Width_ToSection, Resolution_ToConfig),
     Own("stpf_pf_vres",           Height_ToSection, Resolution_ToConfig),
     Own("stpf_pf_fps100",         FrameRate_ToSection, FrameRate_ToConfig),
-    Enum("stpf_pf_profile",        profiles),
+    Enum("stpf_pf_profile",       profiles),
     Own("stpf_pf_gop",            GroupOfPictures_ToSection, nullptr),
-    Enum("stpf_pf_ratecontrol",    rate_control),
+    Enum("stpf_pf_ratecontrol",   rate_control),
     Own("stpf_pf_CBR_bitrate",    ConstantBitRate_ToSection, ConstantBitRate_ToConfig),
     Own("stpf_pf_CBR_minquality", ConstantBitRate_ToSection, ConstantBitRate_ToConfig),
     Own("stpf_pf_VBR_maxrate",    BitRate_ToSection, BitRate_ToConfig),
     FieldRule{.key = "stpf_pf_ovl_en", .to_section = Constant_ToSection, .to_config = Enum_ToConfig,
               .values = on_off, .constant = 1},
-    Enum("stpf_pf_audio_en",       on_off),
-    Names("stpf_pf_pname_%d",       stpf_extensions),
+    Enum("stpf_pf_audio_en",      on_off),
+    Names("stpf_pf_pname_%d",     stpf_extensions),
 };
 // clang-format on
 

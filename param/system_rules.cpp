@@ -122,8 +122,8 @@ void Account_ToConfig(const Conversion& conversion) {
 
 // clang-format off
 constexpr std::array ssdt_table = {
-    Enum("ssdt_format",      date_formats),
-    Enum("ssdt_ntp_en",      ntp_switch),
+    Enum("ssdt_format",     date_formats),
+    Enum("ssdt_ntp_en",     ntp_switch),
     Own("ssdt_ntp_addr_%d", Text_ToSection, Text_ToConfig),
     Own("ssdt_timezone",    TimeZone_ToSection, TimeZone_ToConfig),
 };
@@ -136,9 +136,9 @@ constexpr std::array sssc_table = {
 };
 
 constexpr std::array ssnt_table = {
-    Enum("ssnt_dhcp_en",     dhcp_switch),
-    Enum("ssnt_dns_auto",    on_off),
-    Names("ssnt_pname_%d",    ssnt_extensions),
+    Enum("ssnt_dhcp_en",   dhcp_switch),
+    Enum("ssnt_dns_auto",  on_off),
+    Names("ssnt_pname_%d", ssnt_extensions),
 };
 // clang-format on
 

@@ -52,10 +52,11 @@ struct Finding {
     end = std::ranges::copy(std::string_view(": "), end).out;
     std::copy_n(fault.begin(), std::min<std::size_t>(fault.size(), 62), end);
   }
+  [[nodiscard]] consteval bool IsNone() const { return text[0] == '\0'; }
 };
 
 template <Finding finding>
 consteval bool IsSound() {
-  static_assert(finding.text[0] == '\0', "a table has a fault: the finding says which row");
+  static_assert(finding.IsNone(), "a table has a fault: the finding says which row");
   return true;
 }

@@ -25,7 +25,7 @@ using enum FieldKind;
 
 struct FieldFormat {
   std::uint16_t size;  // bytes
-  FieldKind kind;
+  FieldKind kind;      // how they are stored
   bool is_secret = false;  // what shows an image to people hides the field and its parameters
 };
 
@@ -36,9 +36,15 @@ inline constexpr FieldFormat word32_field{4, MAP_WORD32};
 consteval FieldFormat TextField(std::uint16_t size) { return {size, MAP_TEXT}; }
 inline constexpr FieldFormat password_field{32, MAP_TEXT, true};
 
+// The bounds of a row's texts, in bytes but for the number of paths.
+inline constexpr std::size_t longest_key = 63;
+inline constexpr std::size_t longest_paths = 255;
+inline constexpr std::ptrdiff_t most_paths = 3;
+inline constexpr std::size_t longest_name = 15;
+
 struct Field {
   std::string_view key;  // what the conversion rules know it by; empty: a place without a row
-  FieldFormat format;
+  FieldFormat format;    // how it lies in the payload
   // The configuration parameters that the field is made of, separated by ","; empty when there are
   // none. "%d" stands for NsIndex.
   std::string_view paths = {};
@@ -46,7 +52,7 @@ struct Field {
 
 // A further configuration value of a section, which travels as text beside its short name.
 struct Extension {
-  std::string_view name;   // less than 16 characters; empty: the pair of fields stays empty
+  std::string_view name;   // empty: the pair of fields stays empty
   std::string_view paths;  // as in Field
 };
 
@@ -61,8 +67,7 @@ consteval std::array<Extension, count> Extensions(const Extension (&extensions)[
 
 // Fields "<prefix>1", "<prefix>2", ... of 16 bytes for the extensions' names.
 template <Literal prefix, std::size_t count>
-consteval auto NameFields(const std::array<Extension, count>& extensions) {
-  (void)extensions;  // a rule fills the fields in; here only their number counts
+consteval auto NameFields(const std::array<Extension, count>& /*a rule fills the names in*/) {
   return []<std::size_t... i>(std::index_sequence<i...>) {
     return std::array{Field{joined<prefix, DecimalLiteral<i + 1>()>, TextField(16)}...};
   }
@@ -107,8 +112,8 @@ constexpr std::size_t PayloadSize(std::span<const Field> fields) {
 
 // Where a field lies in its payload.
 struct FieldPlace {
-  std::size_t offset;
-  std::size_t size;
+  std::size_t offset;  // from the payload's start
+  std::size_t size;    // bytes
 };
 
 void no_field_has_this_key();  // has no body: whoever calls it does not compile
@@ -147,13 +152,17 @@ consteval bool IsStorable(FieldFormat format) {
   return false;
 }
 
-// Whether a path of a comma-separated list is empty or stands beside itself.
+// Whether a path of a comma-separated list is empty or stands twice.
 consteval bool HasIdlePath(std::string_view paths) {
   while (!paths.empty()) {
     const std::string_view path = paths.substr(0, paths.find(','));
-    const std::string_view rest = paths.substr(std::min(path.size() + 1, paths.size()));
-    if (path.empty() || path == rest.substr(0, rest.find(','))) return true;
-    paths = rest;
+    paths.remove_prefix(std::min(path.size() + 1, paths.size()));
+    if (path.empty()) return true;
+    for (std::string_view rest = paths; !rest.empty();) {
+      const std::string_view other = rest.substr(0, rest.find(','));
+      if (other == path) return true;
+      rest.remove_prefix(std::min(other.size() + 1, rest.size()));
+    }
   }
   return false;
 }
@@ -165,10 +174,11 @@ consteval Finding FaultOf(std::span<const Field> fields, std::string_view prefix
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const auto& [key, format, paths] = fields[i];
     if (!IsStorable(format)) return {key, "this size and kind can't be stored"};
-    if (paths.size() > 255 || std::ranges::count(paths, ',') > 2) return {key, "too many paths"};
-    if (HasIdlePath(paths)) return {key, "a path is empty or the same as the one before"};
+    if (paths.size() > longest_paths) return {key, "the paths are too long"};
+    if (std::ranges::count(paths, ',') >= most_paths) return {key, "too many paths"};
+    if (HasIdlePath(paths)) return {key, "a path is empty or stands twice"};
     if (key.empty()) continue;
-    if (key.size() > 63) return {key, "the key is too long"};
+    if (key.size() > longest_key) return {key, "the key is too long"};
     if (!key.starts_with(prefix) && key != stray) return {key, "the section's prefix is missing"};
     if (i > 0 && fields[i - 1].key.empty()) return {key, "a field without a key comes before it"};
     if (FieldIndex(fields, key) != i) return {key, "the key stands twice"};
@@ -178,8 +188,10 @@ consteval Finding FaultOf(std::span<const Field> fields, std::string_view prefix
 
 consteval Finding FaultOf(std::span<const Extension> extensions) {
   for (const auto& [name, paths] : extensions) {
-    if (name.size() > 15) return {name, "the name is too long"};
+    if (name.size() > longest_name) return {name, "the name is too long"};
     if (name.empty() != paths.empty()) return {name, "a name without a path, or the reverse"};
+    if (name.empty()) continue;
+    if (std::ranges::count(extensions, name, &Extension::name) > 1) return {name, "a name twice"};
   }
   return {};
 }

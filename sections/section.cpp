@@ -40,7 +40,8 @@ struct SectionFormat {
 
 // clang-format off
 constexpr std::array section_formats = {
-    SectionFormat{SectionType::identification, PayloadSize(identification_fields), WriteIdentification, ReadIdentification},
+    SectionFormat{SectionType::identification, PayloadSize(identification_fields),
+                  WriteIdentification, ReadIdentification},
     SectionFormat{SectionType::ssdt, PayloadSize(ssdt_fields), EEprom_WriteSsdt, EEprom_ReadSsdt},
     SectionFormat{SectionType::sssc, PayloadSize(sssc_fields), EEprom_WriteSssc, EEprom_ReadSssc},
     SectionFormat{SectionType::ssnt, PayloadSize(ssnt_fields), EEprom_WriteSsnt, EEprom_ReadSsnt},

@@ -1,0 +1,323 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# The unmodified daemon in simulated cameras, seen as a camera's other programs see it: the EEPROM,
+# device.conf, the socket, standard output, the pid file, the LED. Only what takes a real process.
+#
+# usage: camera_test.sh BUILD [CASE]   (default: every case; status 77: this host has no sandbox)
+set -eEu
+tests=$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")
+build=$(realpath "$1")
+failures=0
+exec {silence}<> <(:) # to read from it with a timeout is a sleep that takes no process
+
+# --- what the cases are written in ---------------------------------------------------------------
+
+camera() { "$tests/../camera/camera" --build "$build" --state "$state" "$@"; }
+
+# expect WHAT PATTERN SEEN. Names the line of the case itself, whatever helper has called.
+expect() {
+  # shellcheck disable=SC2053 # a pattern
+  [[ $3 == $2 ]] && return
+  echo "FAILED: line ${BASH_LINENO[-3]}: $1: expected '$2', saw '$3'" >&2
+  failures=$((failures + 1))
+}
+
+# expect_end STATUS OUTPUT-PATTERN COMMAND...
+expect_end() {
+  local status=0
+  output=$("${@:3}" 2>&1) || status=$?
+  expect "status and output of '${*:3}'" "$1 $2" "$status $output"
+}
+
+# expect_values PATH=VALUE...
+expect_values() {
+  for parameter; do
+    expect parameter "$parameter" "$(camera exec xmlcfg -g "${parameter%%=*}" /etc/device.conf)"
+  done
+}
+
+# In vain is no reason to stop: what a case holds up is released further down.
+wait_for() {
+  for ((tries = 0; tries < 1000; ++tries)); do
+    "$@" && return
+    read -rt 0.01 -u "$silence" || true
+  done
+  expect 'patience' "$*" 'no end of waiting'
+}
+
+new_start() {
+  camera new
+  camera start
+  pid=$(<"$state/run/nvd.pid")
+  cp "$state/eeprom" "$state/before"
+}
+
+bytes() { od -A n -v -t x1 -j "$1" -N "$2" "$state/eeprom" | tr -d ' \n'; }
+text() { dd if="$state/eeprom" bs=1 skip="$1" count="$2" status=none | tr -d '\0'; }
+is_stored() { [[ $(bytes "$1" 2) == "$2" ]]; }
+# The addresses that differ from the file "before", the time stamp's four left out.
+changed() { cmp -l "$state/before" "$state/eeprom" | awk '$1 < 42 || $1 > 45 { printf "%d ", $1 - 1 }'; }
+left_behind() { find "$state/run" "$state/tmp" -name 'nv*' -printf '%f '; }
+descriptors() { find "/proc/$pid/fd" | wc -l; }
+ticks() { awk '{ print $14 + $15 }' "/proc/$pid/stat"; }
+
+# crowd COUNT MESSAGE: so many connections at once, open until "leave"; each sends the message.
+crowd() {
+  (cd "$state/tmp" && exec perl -MIO::Socket -e '
+    my @clients = map { IO::Socket::UNIX->new("nv.sck") or die $! } 1 .. $ARGV[0];
+    send($_, $ARGV[1], MSG_NOSIGNAL) for @clients;
+    open(my $sign, ">", "../crowd") or die $!;
+    sleep 60' "$@") &
+  wait_for test -e "$state/crowd"
+}
+leave() {
+  kill $!
+  rm "$state/crowd"
+}
+
+# Without a process either, so that the time is right on a busy machine too: the LED is on line 41.
+led_is() {
+  local high_lines
+  IFS= read -r -d '' high_lines <"$state/gpio" || true
+  (($1 == (${#high_lines} > 41)))
+}
+# led_changes COUNT: when the LED changes after it has gone to level 1 next, in quarters of a second
+led_changes() {
+  wait_for led_is 0
+  wait_for led_is 1
+  local start=${EPOCHREALTIME/[.,]/}
+  for ((n = 0; n < $1; ++n)); do
+    wait_for led_is $((n % 2))
+    printf '%d ' $(((${EPOCHREALTIME/[.,]/} - start + 125000) / 250000))
+  done
+}
+
+# --- the cases -----------------------------------------------------------------------------------
+
+test_first_fill_and_restart() {
+  camera new
+  camera run >&- & # no line of the output may end up in the EEPROM
+  wait_for test -s "$state/run/nvd.pid"
+  camera stop
+  # A difference that is meant: tools/update-golden.
+  camera --secrets show | sed '/^0029  time /d' | diff "$tests/golden/factory_image.txt" -
+  cp "$state/eeprom" "$state/before"
+  camera start
+  camera stop
+  cmp "$state/before" "$state/eeprom"
+  expect 'rewritten files' '' "$(find "$state/etc" -newer "$state/before")"
+  expect 'values put' '' "$(camera log | sed -n '/sVal=/p')"
+}
+
+test_change_and_save() {
+  new_start
+  cp "$state/etc/device.conf" "$state/conf"
+  chmod 640 "$state/etc/device.conf"
+  exec {reader}<"$state/etc/device.conf"
+  printf '\0\0\0\0' | dd of="$state/eeprom" bs=1 seek=41 conv=notrunc status=none
+  camera set General.System.HTTPPort 8080
+  expect 'stored port' 1f90 "$(bytes 753 2)"
+  expect 'changed addresses' '753 754 ' "$(changed)"
+  expect 'age of the time stamp' '[0-9]' $(($(date +%s) - 16#$(bytes 41 4)))
+  cmp "$state/conf" - <&"$reader" # whoever reads meanwhile sees the old file, whole
+  expect 'files and modes' 'device.conf 640' "$(find "$state/etc" -type f -printf '%f %m')"
+  camera set Image.OSD.Title off
+  expect 'text for both paths of its row' '%T*' "$(text 1472 2)"
+
+  for value in -1 -g --help 'a <b> & "c"'; do
+    camera set PTZ.Speed.ZoomSpeed "$value"
+    expect_values "PTZ.Speed.ZoomSpeed=$value"
+  done
+  for words in -g '-g PTZ.Speed.ZoomSpeed' '-g No.Such.Path /etc/device.conf' '-x PTZ /etc/device.conf' \
+    '-s PTZ 1 /etc/device.conf' '-s PTZ.Speed.ZoomSpeed 1 /etc/none' '-l No* /etc/device.conf'; do
+    # shellcheck disable=SC2086 # several words
+    expect_end 1 $'?!(*\n*)' camera exec xmlcfg $words
+  done
+  expect_end 0 'PTZ.Speed.ZoomSpeed=?*' camera exec xmlcfg -l '*.Zoom*eed' - <"$state/etc/device.conf"
+  expect_end 0 '*128*, not 129' camera set Image.OSD.Alias "$(printf 'x%.0s' {1..113})"
+  camera exec xmlcfg -s General.System.HTTPPort 81 /opt/factory/device.conf
+  echo precious >"$state/victim"
+  ln -s ../victim "$state/etc/.device.conf.new"
+  expect_end 1 '*save*' camera set General.System.HTTPPort 81
+  expect 'file behind a planted link' precious "$(<"$state/victim")"
+  camera notify ''
+  expect 'port after all that' 1f90 "$(bytes 753 2)"
+}
+
+test_messages_and_signals() {
+  local folder
+  new_start
+  folder=/$(printf 'x%.0s' {1..98})Z
+  camera notify "Event.Server.S0.Location=//h$folder"
+  expect 'text of a message of 128 bytes' "$folder" "$(text 11027 128)"
+  crowd 1 "Event.Server.S0.Location=//h${folder/x/y}Y"
+  camera notify ''
+  expect 'text of a message of 129 bytes' "${folder/x/y}" "$(text 11027 128)"
+  leave
+  printf 'General.System.HTTPPort=8\0001' | camera notify -
+  expect 'number before a NUL' 0008 "$(bytes 753 2)"
+  cp "$state/eeprom" "$state/before"
+  for message in '' = 'no key' -1 %s%n%n=%s General=1 $'\xFF\1=x'; do camera notify "$message"; done
+  expect 'changed addresses' '' "$(changed)"
+
+  expect 'size of the pid file' ${#pid} "$(stat -c %s "$state/run/nvd.pid")"
+  expect status "NVC-2400: running, pid $pid" "$(camera status)"
+  kill -USR1 "$pid"
+  kill -USR2 "$pid"
+  camera notify General.System.HTTPPort=81
+  expect log $'*Turn On debug mode\n## NVD : link list node=General.System.HTTPPort' "$(camera log)"
+  kill -USR2 "$pid"
+  camera notify General.System.HTTPPort=82
+  expect log $'*Nvd : Turn Off debug mode' "$(camera log)"
+  camera stop # fails on another status than 0
+  expect 'what is left behind' 'nv.sck ' "$(left_behind)"
+  camera start
+  camera kill
+  expect_end 3 'NVC-2400: stopped, last exit status 137' camera status
+  camera start # over what the killed one has left behind
+  camera notify General.System.HTTPPort=83
+  expect 'stored port' 0053 "$(bytes 753 2)"
+}
+
+test_crowds() {
+  local before
+  new_start
+  before=$(descriptors)
+  crowd 30 General.System.HTTPPort=88
+  wait_for is_stored 753 0058
+  leave
+  crowd 25 ''
+  leave
+  camera set General.System.HTTPPort 89
+  expect 'stored port, descriptors' "0059 $before" "$(bytes 753 2) $(descriptors)"
+
+  prlimit --pid "$pid" --nofile=3: # no accept succeeds
+  camera notify -n General.System.HTTPPort=90
+  before=$(ticks)
+  sleep 0.5
+  expect 'processor time meanwhile, in 10 ms' '[0-9]' $(($(ticks) - before))
+  prlimit --pid "$pid" --nofile=100:
+  wait_for is_stored 753 005a
+
+  crowd 19 ''
+  camera notify -n No.Such.Path=1 # wakes the daemon up to serve them all
+  sleep 0.2
+  camera --timeout 2 stop
+}
+
+# A bare module takes over the board of another one. A pipe in the lens driver's place holds the
+# daemon up in the middle of the restore.
+test_module_swap() {
+  local lens=$state/mnt/mtd/lens_position_change settings
+  settings=(General.System.HTTPPort=8081 Event.Server.S0.Location=//nas.example/attic
+    'General.UserID.U2.User=Y2Fyb2w6c2VjcmV0,00010001' Event.Scheduled.S0.Name=nightly)
+  new_start
+  for setting in "${settings[@]}" ImageSource.I0.LensControl.ZoomPos=5 StreamProfile.I3.Video.FPS=99; do
+    camera set "${setting%%=*}" "${setting#*=}"
+  done
+  camera stop
+  cp "$state/eeprom" "$state/before"
+  camera swap BARE-77
+  sed -i -e '/<U. op="3">/,/<\/U.>/d' -e '/<I[123] op="3">/,/<\/I.>/d' \
+    -e '/<[SM]0 op="3">/,/<\/[SM]0>/d' "$state/factory/device.conf"
+  camera set Event.Heartbeat.Interval 61 # which the EEPROM does not hold
+  mkfifo "$lens"
+
+  camera start &
+  wait_for test -S "$state/tmp/nv.sck"
+  expect 'files before the restore is over' 'nv.sck ' "$(left_behind)"
+  camera notify -n General.Network.RTSP.Port=555
+  expect 'request to the lens driver' zoom=5 "$(timeout 10 cat "$lens")"
+  wait $!
+  expect log '*product id not match*' "$(camera log)"
+  expect_values "${settings[@]}" General.Brand.ProdNbr=BARE-77 Event.Heartbeat.Interval=60 \
+    Event.Media.M0.PostAlarm=20 Event.Server.S0.Options.Retries=3 StreamProfile.I3.Video.FPS=30
+  wait_for is_stored 755 022b
+  expect 'changed addresses' '9 10 11 12 13 14 15 16 756 8925 8926 8929 ' "$(changed)"
+  camera set Event.Server.S0.Location //nas.example/cellar
+  expect 'change of a new instance' /cellar "$(text 11027 30)"
+  camera stop
+  rm "$lens"
+  camera board --button -1
+  camera start
+  expect log $'Nv_CheckResetButton: ioctl error\nSection Type*' "$(camera log)"
+  expect 'errors, a second restore' '' "$(camera log | sed -nE '/#Error|not match/p')"
+}
+
+test_reset_button() {
+  new_start
+  camera set General.System.HTTPPort 8080
+  camera stop
+  sed -i '/^set -eu/a od -A n -t x1 -N 4 /dev/i2c-1 >/mnt/header\nsleep 2' "$state/bin/restore"
+  camera board --button 63
+  camera button hold
+  camera start
+  expect log 'Reset detected, clear EEPROM...' "$(camera log)"
+  expect 'LED during the reset' '* [45] ' "$(led_changes 4)"
+  wait_for is_stored 0 5350 # the identification is written last
+  expect 'start of the image during the reset' ' 00 00 00 00' "$(<"$state/mnt/header")"
+  expect 'LED after the reset' '[23] [89] ' "$(led_changes 2)"
+  expect 'stored port' 0050 "$(bytes 753 2)"
+  expect_values General.System.HTTPPort=80
+  expect_end 0 'NVC-2400: running, *, not serving' camera status
+  expect 'pid file' '' "$(ls "$state/run")"
+  camera kill
+  camera board --led 0
+  expect_end 0 'Reset detected, clear EEPROM...*' camera run
+}
+
+test_boards() {
+  camera new
+  camera mft
+  cp "$state/eeprom" "$state/before"
+  expect_end 0 'mft I/O board' camera run
+  cmp "$state/before" "$state/eeprom"
+  expect 'what is left behind' 'nvd.pid ' "$(left_behind)"
+  rm "$state/eeprom" "$state/gpio" "$state/run/nvd.pid"
+  expect_end 0 'nvd: open I2C device error' camera run
+  expect 'what is left behind' '' "$(left_behind)"
+  : >"$state/eeprom"
+  camera start
+  expect log $'Nv_CheckResetButton: Failed to open GPIO device\nEEprom_ReadSection*' "$(camera log)"
+}
+
+test_side_by_side() {
+  local other=$state-2 host
+  host() { find /tmp/nv.sck /run/nvd.pid /etc/device.conf /mnt/mtd -printf '%p %i %C@\n' 2>&1 || true; }
+  host=$(host)
+  state=$other new_start
+  new_start
+  camera set General.System.HTTPPort 8001
+  state=$other camera set General.System.HTTPPort 8002
+  expect 'stored ports' '1f41 1f42' "$(bytes 753 2) $(state=$other bytes 753 2)"
+  expect 'files in /etc and /mnt' $'/etc:\ndevice.conf\n\n/mnt:\nmtd' "$(camera exec ls /etc /mnt)"
+  expect 'the host' "$host" "$(host)"
+  expect_end 1 '*running already' camera start
+
+  # A second daemon on the chip, in the same camera; "exec" has it under another name.
+  mkdir "$state/second"
+  ln -s "$build/nvd" "$state/second/xmlcfg"
+  build=$state/second expect_end 0 'nvd: open I2C device error' camera exec timeout 5 /bin/xmlcfg
+  expect 'pid file' "$pid" "$(<"$state/run/nvd.pid")"
+  camera notify General.System.HTTPPort=8080
+  expect 'stored port' 1f90 "$(bytes 753 2)"
+}
+
+if (($# == 1)); then
+  declare -F | sed -n 's/.* test_//p' | xargs -n 1 "$0" "$build"
+  exit
+fi
+"$tests/../camera/camera" sandbox || exit 77
+
+work=$(mktemp -d)
+state=$work/camera
+end() {
+  for state in "$work"/*; do camera kill || true; done
+  jobs -p | xargs -r kill || true
+  rm -rf "$work"
+} >/dev/null 2>&1
+trap end EXIT
+trap 'expect "status of $BASH_COMMAND" 0 $?' ERR
+"test_$2"
+trap - ERR
+((failures == 0))

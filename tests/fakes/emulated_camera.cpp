@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: MIT
+#include "tests/fakes/emulated_camera.h"
+
+#include <gtest/gtest.h>
+#include <syslog.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "config/section_list.h"
+#include "config/store.h"
+#include "daemon/log.h"
+#include "daemon/synchronise.h"
+#include "eeprom/i2c_eeprom.h"
+#include "platform/file.h"
+#include "platform/host.h"
+#include "platform/i2c_bus.h"
+#include "platform/libnetwork.h"
+
+EmulatedCamera camera;
+
+namespace {
+
+std::uint32_t block;  // address bits 16 to 18, which the device address carries
+std::size_t width;    // data bytes of a transfer
+
+void Record(const char* before, std::span<const std::uint8_t> bytes, const char* behind) {
+  if (camera.records) camera.bus += before + HexText(bytes) + behind;
+}
+
+// The first `count` bytes of a transfer arrive.
+void Keep(std::vector<std::uint8_t>& chip, const Transfer& transfer, std::uint32_t count) {
+  constexpr std::uint32_t page_mask = 0xFF;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const std::uint32_t in_page = (transfer.address + i) & page_mask;
+    chip.at((transfer.address & ~page_mask) | in_page) = transfer.bytes[i];
+  }
+}
+
+int OnRequest(int, unsigned long request, unsigned long argument) {
+  const bool selects_chip = request == I2C_SLAVE_FORCE;
+  Record(selects_chip ? "" : "w", std::array{static_cast<std::uint8_t>(argument)}, " ");
+  if (selects_chip) {
+    block = static_cast<std::uint32_t>(argument & 0x0EU) << 15U;
+    return 0;
+  }
+  width = argument + 1;
+  return request == I2C_REQUEST_DATA_WIDTH ? camera.width_answer : -1;
+}
+
+ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
+  Record("[", buffer, "] ");
+  if (buffer.size() != 2 + width) return -1;
+  Transfer transfer = {block + I2c_RegisterAddress(buffer), {}, 0};
+  for (std::size_t i = buffer.size(); i-- > 2;) transfer.bytes[transfer.size++] = buffer[i];
+  return ChipWrites(transfer) ? static_cast<ssize_t>(buffer.size()) : -1;
+}
+
+ssize_t OnRead(int, std::span<std::uint8_t> buffer) {
+  Record("(", buffer, ") ");
+  const bool answered = ChipReads(block + I2c_RegisterAddress(buffer), buffer[0]);
+  return answered ? static_cast<ssize_t>(buffer.size()) : -1;
+}
+
+void OnWait(unsigned microseconds) {
+  Record(microseconds == 10000 ? "~" : "~?", {}, " ");
+  Host_SleepMicroseconds(microseconds);
+}
+
+constexpr I2cAdapter adapter = {"emulated", nullptr, OnRequest, OnWrite, OnRead, OnWait};
+
+}  // namespace
+
+std::string HexText(std::span<const std::uint8_t> bytes) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    if (!text.empty()) text += ' ';
+    text += {digits[byte / 16], digits[byte % 16]};
+  }
+  return text;
+}
+
+bool ChipWrites(const Transfer& transfer) {
+  constexpr unsigned write_cycle_us = 10000;
+  const auto number = static_cast<long>(camera.writes.size());
+  camera.writes.push_back(transfer);
+  const bool busy = camera.slept_us < camera.busy_until;
+  if (camera.absent || busy || number == camera.refuse_write) return false;
+  camera.busy_until = camera.slept_us + write_cycle_us;
+  if (camera.lost_from < 0 || number < camera.lost_from) {
+    Keep(camera.chip, transfer, transfer.size);
+  }
+  return true;
+}
+
+bool ChipReads(std::uint32_t address, std::uint8_t& data) {
+  const bool busy = camera.slept_us < camera.busy_until;
+  if (camera.absent || busy || camera.reads++ == camera.refuse_read) return false;
+  data = camera.chip.at(address);
+  return true;
+}
+
+// The host's system log and sockets are not for tests.
+void openlog(const char*, int, int) {}
+void syslog(int, const char*, ...) {}
+void closelog() {}
+int set_nonblocking(int) { return -1; }
+int unix_socket_open(const char*) {
+  camera.actions.emplace_back("listen");
+  return -1;
+}
+
+void Host_ReserveStandardDescriptors() {}
+std::uint32_t Host_Time() { return 0x01020304; }
+void Host_SleepMicroseconds(unsigned microseconds) { camera.slept_us += microseconds; }
+void Host_SleepSeconds(unsigned seconds) {
+  camera.actions.push_back("sleep " + std::to_string(seconds));
+}
+
+int Host_RunCommand(const char* command) {
+  camera.actions.emplace_back(command);
+  if (camera.actions.back() == "restore") camera.files[device_conf] = camera.factory_file;
+  return 0;
+}
+
+// The only command that is ever asked for a word is the configuration tool.
+bool Host_ReadFirstWord(const char* command, std::span<char> word) {
+  camera.actions.emplace_back(command);
+  std::array<char, 128> path{};
+  if (std::sscanf(command, "/bin/xmlcfg -g %127s", path.data()) != 1) return false;
+  const std::string answer = std::string(path.data()) + "=" + Parameter(path.data());
+  (void)std::snprintf(word.data(), word.size(), "%s", answer.substr(0, answer.find(' ')).c_str());
+  return true;
+}
+
+bool File_Exists(const char* path) { return camera.files.contains(path); }
+
+int File_Read(const char* path, std::string& content) {
+  const auto file = camera.files.find(path);
+  if (file == camera.files.end()) return -1;
+  content = file->second;
+  return 0;
+}
+
+int File_Update(const char* path, const FileChange& change) {
+  const auto file = camera.files.find(path);
+  std::string next;
+  if (!change(file == camera.files.end() ? nullptr : &file->second, next)) return -1;
+  camera.actions.emplace_back("save");
+  camera.files[path] = next;
+  return 0;
+}
+
+void FitCamera(const Parameters& parameters) {
+  camera = EmulatedCamera();
+  camera.files[device_conf] = "<root></root>";
+  for (const auto& [path, value] : parameters) SetParameter(path, value);
+  camera.factory_file = camera.files[device_conf];
+  camera.actions.clear();
+  (void)I2c_UseAdapter(&adapter);
+  eeprom_handle = 7;  // any number; nothing but the adapter sees it
+  SectionList_Free();
+  NsIndex = 0;
+  debug_flag = 0;
+  Nv_SetProductNumber("CAM-1");
+}
+
+void FitFactoryCamera() {
+  FitCamera();
+  const std::filesystem::path folder = CAMERA_FOLDER;
+  const auto load = [](const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  camera.files[device_conf] = camera.factory_file = load(folder / "device.conf");
+  for (const auto& entry : std::filesystem::directory_iterator(folder / "template")) {
+    camera.files["/opt/template/" + entry.path().filename().string()] = load(entry.path());
+  }
+}
+
+std::string Parameter(const std::string& path) {
+  const ConfigFile config = Nv_OpenConfig();
+  ValueSlot value;
+  if (config.root == nullptr || !Nv_ReadParameter(config.root, path.c_str(), value))
+    return "(none)";
+  return value.data();
+}
+
+void SetParameter(const std::string& path, const std::string& value) {
+  const ConfigFile config = Nv_OpenConfig();
+  cfg_node* node = config.root == nullptr ? nullptr : cfg_add_param_node(config.root, path.c_str());
+  if (node != nullptr && cfg_set_param_value(node, value.c_str()) == 0) {
+    (void)cfg_save_file(config.handle.get(), device_conf);
+  }
+}
+
+int StartDaemon() {
+  Nv_SetProductNumber("");
+  NsIndex = 0;
+  (void)Nv_LoadProductNumber();
+  (void)Nv_FindNetworkStorageIndex();
+  return Nv_Synchronise();
+}
+
+std::string Stored(std::size_t address, std::size_t size) {
+  const auto start = camera.chip.begin() + static_cast<std::ptrdiff_t>(address);
+  return {start, start + static_cast<std::ptrdiff_t>(size)};
+}
+
+void Store(std::size_t address, std::string_view bytes) {
+  std::copy(bytes.begin(), bytes.end(), &camera.chip.at(address));
+}
+
+std::string WrittenBy(const std::function<void()>& action) {
+  camera.writes.clear();
+  action();
+  std::string runs;
+  for (std::size_t i = 0; i < camera.writes.size();) {
+    const std::uint32_t start = camera.writes[i].address;
+    std::uint32_t end = start;
+    while (i < camera.writes.size() && camera.writes[i].address == end) {
+      end += camera.writes[i++].size;
+    }
+    runs += (runs.empty() ? "" : " ") + std::to_string(start) + "+" + std::to_string(end - start);
+  }
+  return runs;
+}
+
+void ForEachCut(const std::function<void()>& action, const std::function<void()>& check) {
+  const auto files = camera.files;
+  auto state = camera.chip;
+  camera.writes.clear();
+  action();
+  const auto transfers = std::exchange(camera.writes, {});
+  for (const Transfer& whole : transfers) {
+    for (const int way : {0, 1, 2}) {
+      camera.files = files;
+      camera.chip = state;
+      if (way == 1) Keep(camera.chip, whole, 1);
+      if (way == 2) Keep(camera.chip, {whole.address, {0xA5, 0xA5}, whole.size}, whole.size);
+      check();
+    }
+    Keep(state, whole, whole.size);
+  }
+}
+
+std::string OutputOf(const std::function<void()>& action) {
+  const bool failed_before = testing::Test::HasFailure();
+  testing::internal::CaptureStdout();
+  action();
+  (void)std::fflush(stdout);
+  const std::string output = testing::internal::GetCapturedStdout();
+  // A failed check inside the action has printed its reason into the capture.
+  if (!failed_before && testing::Test::HasFailure()) (void)std::fputs(output.c_str(), stdout);
+  return output;
+}

@@ -1,0 +1,428 @@
+// SPDX-License-Identifier: MIT
+// The daemon without its process: whose image it finds, what it fills and restores, what a message
+// writes, and what a power failure makes of all that.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "config/change_propagation.h"
+#include "config/section_list.h"
+#include "config/store.h"
+#include "daemon/commands.h"
+#include "daemon/log.h"
+#include "daemon/reset_button.h"
+#include "daemon/signals.h"
+#include "eeprom/backup.h"
+#include "eeprom/i2c_eeprom.h"
+#include "eeprom/identification.h"
+#include "eeprom/restore.h"
+#include "tests/fakes/emulated_camera.h"
+
+namespace {
+
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+using Actions = std::vector<std::string>;
+
+const Parameters settings = {
+    {"Event.Scheduled.S0.Enabled", "on"},
+    {"Event.Scheduled.S0.FileSize", "50"},
+    {"Event.Scheduled.S0.ServerType", "LS"},
+    {"Event.Server.MaxCnt", "3"},
+    {"Event.Server.S1.Location", "//nas/video"},
+    {"Event.Server.S1.Protocol", "cifs"},
+    {"Event.Server.S1.Type", "ns"},
+    {"General.Brand.ProdNbr", "CAM-1"},
+    {"General.Network.eth0.DNSServer1", ""},
+    {"General.Network.eth0.IPAddress", "192.0.2.7"},
+    {"General.System.HTTPPort", "80"},
+    {"General.UserID.U1.User", "Ym9iOndvcmQ=,00010001"},
+    {"Image.OSD.Alias", "Gate"},
+    {"Image.OSD.Date", "off"},
+    {"Image.OSD.Title", "on"},
+    {"ImageSource.I0.Config.CaptureMode", "1920x1080@30"},
+    {"ImageSource.I0.LensControl.FocusPos", "-3"},
+    {"ImageSource.I0.LensControl.ZoomPos", "120"},
+    {"ImageSource.RecordIndex", "0"},
+    {"StreamProfile.I0.Video.Resolution", "1280x2000"},
+    {"StreamProfile.I1.Video.FPS", "30"},
+    {"StreamProfile.I1.Video.Resolution", "1920x1080"},
+    {"StreamProfile.I3.Video.FPS", "26"},
+    {"StreamProfile.I3.Video.Resolution", "1281x720"},
+};
+
+int Start() {
+  int found = -1;
+  camera.actions.clear();
+  (void)OutputOf([&] { found = StartDaemon(); });
+  return found;
+}
+
+// A filled EEPROM and a configuration to which nothing comes back from it.
+void FitStartedCamera() {
+  FitCamera(settings);
+  ASSERT_EQ(identification_empty, Start());
+  ASSERT_EQ(identification_match, Start());
+  camera.actions.clear();
+}
+
+std::string ReadBack() {
+  return OutputOf([] { EXPECT_EQ(0, Nv_ReadBackCheck()); });
+}
+
+std::string Send(std::string_view message) {
+  return OutputOf([message] { Nv_HandleCommand(message); });
+}
+
+std::size_t ChainLength() {
+  std::size_t nodes = 0;
+  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
+    ++nodes;
+  }
+  return nodes;
+}
+
+// Lines of "ADDRESS NAME BYTES... = VALUE"; "00*12" is a run of equal bytes.
+std::string GoldenBytes() {
+  std::ifstream file(GOLDEN_FOLDER "/factory_image.txt");
+  std::string bytes;
+  for (std::string line, word; std::getline(file, line);) {
+    std::istringstream words(line.substr(0, line.find(" = ")));
+    words.ignore(31);
+    while (words >> word) {
+      const std::size_t count = word.size() > 2 ? std::stoul(word.substr(3)) : 1;
+      bytes.append(count, static_cast<char>(std::stoi(word, nullptr, 16)));
+    }
+  }
+  return bytes;
+}
+
+TEST(Image, OfTheFactoryConfigurationIsGolden) {
+  FitFactoryCamera();
+  EXPECT_EQ("45+12029 0+45", WrittenBy([] { (void)Start(); })) << "identification last";
+  EXPECT_TRUE(GoldenBytes() == Stored(0, 41) + Stored(45, 12029)) << "see tools/update-golden";
+  EXPECT_EQ("\1\2\3\4"sv, Stored(41, 4));
+}
+
+TEST(Image, WithoutConfigurationStaysAsItIs) {
+  for (const char* content : {"", "<root><General>", "no xml", "<other/>"}) {
+    FitCamera();
+    camera.files[device_conf] = content;
+    NsIndex = 3;
+    EXPECT_EQ(-1, Nv_LoadProductNumber());
+    EXPECT_EQ(-1, Nv_FindNetworkStorageIndex());
+    EXPECT_EQ(-1, Nv_InitEEprom());
+    EXPECT_EQ(-1, Nv_ReadBackCheck());
+    EXPECT_EQ(-1, Nv_ClampStreamSettings());
+    EXPECT_EQ(3, NsIndex);
+    EXPECT_TRUE(camera.writes.empty() && camera.actions.empty());
+  }
+}
+
+TEST(Identification, SaysWhoseImageItIs) {
+  const std::string long_name(40, 'p');
+  struct Case {
+    std::string damage;  // put at `address` of a filled EEPROM
+    std::size_t address;
+    std::string product;
+    int found;
+    int lines;  // the header's, and what is wrong with it
+  };
+  const std::vector<Case> cases = {
+      {"", 0, "CAM-1", identification_match, 1},
+      {"", 0, "CAM-12", identification_mismatch, 2},
+      {"", 0, "cam-1", identification_mismatch, 2},
+      {"\0"s, 9, "CAM-1", identification_mismatch, 2},
+      {long_name.substr(0, 32), 9, long_name, identification_match, 1},
+      {"\xFF\xFF", 39, "CAM-1", identification_empty, 1},
+      {std::string(45, '\xFF'), 0, "CAM-1", identification_empty, 1},
+      {"\2", 4, "CAM-1", identification_empty, 0},
+      {"\0\0\0\1"s, 0, "CAM-1", identification_empty, 1},
+  };
+  for (const Case& each : cases) {
+    FitStartedCamera();
+    Store(each.address, each.damage);
+    int found = -1;
+    const auto check = [&] {
+      camera.reads = 0;
+      return OutputOf([&] { found = Nv_CheckIdentification(eeprom_handle, each.product); });
+    };
+    const std::string lines = check();
+    EXPECT_EQ(each.found, found) << each.product << " at " << each.address;
+    EXPECT_EQ(each.lines, std::ranges::count(lines, '\n')) << lines;
+    // One bad read costs neither a factory reset nor a foreign image.
+    for (long bad = 0, reads = camera.reads; bad < reads; ++bad) {
+      camera.refuse_read = bad;
+      (void)check();
+      ASSERT_EQ(each.found, found) << each.product << " with the bad read " << bad;
+    }
+    camera.refuse_read = -1;
+    camera.width_answer = 1;
+    (void)check();
+    EXPECT_EQ(each.found, found) << "a positive answer is no refusal";
+    camera.width_answer = -1;
+    (void)check();
+    EXPECT_EQ(identification_empty, found);
+  }
+}
+
+TEST(Identification, OfATestBoardOrAClearedHeaderIsNone) {
+  FitStartedCamera();
+  EXPECT_FALSE(Nv_IsMftBoard(eeprom_handle));
+  EXPECT_EQ("0+4", WrittenBy(Nv_ClearEepromHeader));
+  Store(0, "MFT\0"sv);
+  EXPECT_TRUE(Nv_IsMftBoard(eeprom_handle));
+  EXPECT_EQ("45+12029 0+45", WrittenBy([] { EXPECT_EQ(identification_empty, Start()); }));
+}
+
+TEST(Start, LeavesAMatchingImageAlone) {
+  FitStartedCamera();
+  camera.reads = 0;
+  EXPECT_EQ("", WrittenBy([] { EXPECT_EQ(identification_match, Start()); }));
+  EXPECT_EQ(45 + 12074, camera.reads);
+  EXPECT_EQ(14U, ChainLength());
+  EXPECT_EQ((Actions{"listen"}), camera.actions) << "nothing is saved";
+}
+
+// The camera has another sensor, and a lens that the module knows nothing of.
+TEST(Start, RestoresTheModuleOfAnotherCamera) {
+  FitStartedCamera();
+  const auto module = camera.chip;
+  Parameters other = settings;
+  other["General.Brand.ProdNbr"] = "CAM-2";
+  other["General.Network.eth0.DNSServer1"] = "198.51.100.1";
+  other["General.Network.eth0.IPAddress"] = "";
+  other["General.System.HTTPPort"] = "8080";
+  other["ImageSource.I0.Config.CaptureMode"] = "1280x960@25";
+  other["ImageSource.I0.Config.CaptureModeFormatList"] = "1920x1080@15,1280x960@25";
+  other["ImageSource.I0.Config.MaxResolution"] = "1280x960";
+  other["ImageSource.I0.LensControl.FocusPos"] = other["ImageSource.I0.LensControl.ZoomPos"] = "7";
+  other["Properties.Image.ResolutionFormat.List"] = "1280x960,1280x2000,1281x720,640x480";
+  other["StreamProfile.I1.Video.Resolution"] = "640x480";
+  FitCamera(other);
+  camera.chip = module;
+  camera.actions.clear();
+  std::string output;
+  const auto start = [] { EXPECT_EQ(identification_mismatch, StartDaemon()); };
+  EXPECT_EQ(
+      "5347+64 41+4 6221+2 41+4 6223+2 41+4 6221+2 41+4 6223+2 41+4 8921+2 41+4 8923+2 41+4 "
+      "6225+2 41+4 6228+2 41+4 8925+2 41+4 8928+2 41+4 0+45",
+      WrittenBy([&] { output = OutputOf(start); }));
+  for (const char* lines :
+       {"\nsVal=8080,sDeviceVal=80\n", "\nzoom position change\n", "\nsave device.conf\n",
+        "=0x1d69\nsVal=640x480,sDeviceVal=1920x1080\nupdate section value\n"}) {
+    EXPECT_NE(std::string::npos, output.find(lines)) << output;
+  }
+  EXPECT_EQ(
+      (Actions{"restore", "sleep 3", "listen", "echo \"focus=-3\" >> /mnt/mtd/lens_position_change",
+               "echo \"zoom=120\" >> /mnt/mtd/lens_position_change", "save", "save"}),
+      camera.actions);
+  // Nothing stored overwrites nothing, a capture mode has to be in the list, the width decides.
+  const Parameters expected = {{"General.Network.eth0.DNSServer1", "198.51.100.1"},
+                               {"General.Network.eth0.IPAddress", "192.0.2.7"},
+                               {"General.System.HTTPPort", "80"},
+                               {"ImageSource.I0.Config.CaptureMode", "1280x960@25"},
+                               {"ImageSource.I0.LensControl.ZoomPos", "7"},
+                               {"StreamProfile.I0.Video.Resolution", "1280x2000"},
+                               {"StreamProfile.I1.Video.FPS", "25"},
+                               {"StreamProfile.I1.Video.Resolution", "640x480"},
+                               {"StreamProfile.I3.Video.FPS", "25"},
+                               {"StreamProfile.I3.Video.Resolution", "1280x960"}};
+  for (const auto& [path, value] : expected) EXPECT_EQ(value, Parameter(path)) << path;
+  EXPECT_EQ("\x05\x00\x03\xC0\x09\xC4"sv, Stored(8921, 6)) << "the EEPROM follows";
+  EXPECT_EQ("CAM-2", Stored(9, 5));
+  EXPECT_EQ(identification_match, Start());
+}
+
+TEST(Clamp, NeedsLimits) {
+  FitStartedCamera();
+  SetParameter("ImageSource.I0.Config.MaxResolution", "640");
+  SetParameter("ImageSource.I0.Config.CaptureMode", "640x480");
+  camera.actions.clear();
+  EXPECT_EQ("", WrittenBy([] { EXPECT_EQ(0, Nv_ClampStreamSettings()); }));
+  EXPECT_TRUE(camera.actions.empty());
+}
+
+TEST(ReadBack, EndsWhateverTheChainSays) {
+  FitStartedCamera();
+  const auto filled = camera.chip;
+  struct Case {
+    std::size_t address;
+    std::string bytes;
+    std::size_t sections;
+    const char* line;
+  };
+  const std::vector<Case> cases = {
+      {586, "\2", 14,
+       "Unsupported data version 2, section type 3\nNv_ReadBackCheck: Read section error.\n"},
+      {4829, "\0\0\0\x08\1\0\0\x12\xDD"s, 9,
+       "Nv_ReadBackCheck: Section chain loops at address 0x12dd.\n"},
+      {10952, "\0\0\0\x0A\1\0\0\2\x46"s, 14, "Section chain loops at address 0x246.\n"},
+      {582, std::string(815, '\xFF'), 6, "loops at address 0xffffffff.\n"},
+      {582, "\0\0\0\3\1\0\6\0\0"s, 7, "Unknown section type -1.\n"},
+  };
+  for (const Case& each : cases) {
+    camera.chip = filled;
+    Store(each.address, each.bytes);
+    EXPECT_NE(std::string::npos, ReadBack().find(each.line)) << each.line;
+    EXPECT_EQ(each.sections, ChainLength()) << each.line;
+  }
+  // Every section type at every place of the chain: rows by position, payload by type.
+  for (std::uint8_t type = 0; type <= 11; ++type) {
+    camera.chip = filled;
+    for (std::size_t at = 45; at != 0; at = 256U * camera.chip[at + 7] + camera.chip[at + 8]) {
+      camera.chip[at + 3] = type;
+    }
+    (void)ReadBack();
+    EXPECT_EQ(14U, ChainLength());
+  }
+  camera.absent = true;
+  (void)ReadBack();
+  EXPECT_LE(ChainLength(), 257U) << "an absent chip answers with the address";
+}
+
+// What follows a power failure is the old image or one that is filled again from the
+// configuration: never a factory reset, never a lost setting.
+TEST(PowerCut, InAFillOrResetCostsNothing) {
+  FitStartedCamera();
+  const std::string file = camera.files[device_conf];
+  const std::string sections = Stored(45, 12029);
+  std::map<int, int> outcomes;
+  const auto check = [&] {
+    if (Stored(0, 4) != "SPRK" && outcomes[identification_empty] % 97 != 0) {
+      ++outcomes[identification_empty];  // starting over is the same each time
+      return;
+    }
+    // A header that is rewritten with what it held can still be torn.
+    const bool is_torn = Stored(5, 4).find('\xA5') != std::string::npos;
+    ++outcomes[Start()];
+    EXPECT_TRUE(sections == Stored(45, sections.size()));
+    EXPECT_TRUE(is_torn || ChainLength() == 14);
+    EXPECT_EQ(file, camera.files[device_conf]);
+  };
+  const auto fill = [] { (void)OutputOf([] { EXPECT_EQ(0, Nv_InitEEprom()); }); };
+  ForEachCut(Nv_ClearEepromHeader, check);
+  EXPECT_EQ(1, outcomes[identification_match]) << "the first transfer of a reset, lost";
+  Nv_ClearEepromHeader();
+  ForEachCut(fill, check);
+  EXPECT_EQ(3, std::exchange(outcomes[identification_mismatch], 0))
+      << "a product number torn in a reset: one more reset";
+  std::ranges::fill(camera.chip, std::uint8_t{0xFF});
+  ForEachCut(fill, check);
+  EXPECT_EQ(0, outcomes[identification_mismatch]);
+  (void)std::printf("%d cuts start over, %d leave a complete image\n",
+                    outcomes[identification_empty], outcomes[identification_match]);
+}
+
+struct Message {
+  std::string text;
+  std::string output;
+  std::string written;  // runs of bytes
+  std::string shown;    // what the EEPROM holds then ...
+  std::size_t at;       // ... from here on
+  std::string own;      // the parameters that it may cost begin so
+};
+// clang-format off
+const std::vector<Message> messages = {
+    {"General.System.HTTPPort=8080", "", "753+2 41+4", "\x1F\x90", 753, "General.System.HTTPPort"},
+    {"General.Network.eth0.IPAddress=192.0.2.1=x", "", "592+32 41+4", "192.0.2.1=x" + std::string(21, '\0'), 592, "General.Network.eth0.IPAddress"},
+    {"Event.Server.S1.Location=host:/" + std::string(90, 'p'), "", "10995+32 41+4 11027+256 41+4", "/" + std::string(90, 'p') + std::string(165, '\0'), 11027, "Event.Server.S1.Location"},
+    {"ImageSource.RecordIndex=2", "", "10246+32 41+4 11364+32 41+4", "Profile3\0"s, 11364, "ImageSource.RecordIndex"},
+    {"Image.OSD.Date=on", "", "1471+1 41+4 1472+64 41+4", "\3Gate %T\0"s, 1471, "Image.OSD"},
+    {"General.UserID.U1.User=Ym9iOndvcmQ=,01000001", "", "321+32 41+4 481+32 41+4 579+1 41+4", "\0"s, 579, "General.UserID"},
+    {"remove_stpf=1", "", "6179+1350", "\0\0\1\0"s, 6245, "StreamProfile.I1"},
+    {"remove_userX=1", "i=2\ni=7\ni=12\n", "321+32 41+4 481+32 41+4 579+1 41+4", std::string(32, '\0'), 321, "General.UserID.U1"},
+    {"remove_record=0", "", "10239+1 41+4 10504+64 41+4 10568+64 41+4 10632+64 41+4 10696+64 41+4 11357+1 41+4 11562+64 41+4 11626+64 41+4 11690+64 41+4 11818+64 41+4", "\0"s, 10239, "Event.Scheduled.S0"},
+    {"remove_server=1", "remove sever=1\nNsIndex=-1\n", "10952+1122", "\0\0\0\x0A\1\0\0\0\0\0"s, 10952, "Event.S"},
+    {"add_serverns=2", "NsIndex=2\n", "10961+1", "\1", 10961, "Event.S"},
+    {"General.Brand.ProdNbr=" + std::string(40, 'n'), "", "9+32", std::string(32, 'n'), 9, "General.Brand.ProdNbr"},
+    {"General.Brand.ProdNbr=Z", "", "9+32", "Z" + std::string(31, '\0'), 9, "General.Brand.ProdNbr"},
+};
+// clang-format on
+
+TEST(Message, WritesExactlyItsFields) {
+  for (const Message& message : messages) {
+    FitStartedCamera();
+    std::string output;
+    EXPECT_EQ(message.written, WrittenBy([&] { output = Send(message.text); })) << message.text;
+    EXPECT_EQ(message.output, output);
+    EXPECT_EQ(message.shown, Stored(message.at, message.shown.size())) << message.text;
+    if (message.text.starts_with("General.Brand")) {
+      EXPECT_EQ(message.text.substr(22), Slot_Text(product_number));
+    }
+    const std::string query = "/bin/xmlcfg -g Image.OSD.";
+    const std::string title = query + "Title /etc/device.conf 2>&1";
+    EXPECT_EQ(message.text != "Image.OSD.Date=on"
+                  ? Actions()
+                  : (Actions{title, title, query + "Alias /etc/device.conf 2>&1"}),
+              camera.actions)
+        << "the other paths of a row are asked for, nothing is saved";
+  }
+}
+
+TEST(Message, OfNothingThatThereIsWritesNothing) {
+  FitStartedCamera();
+  for (const char* message :
+       {"", "=x", "remove_stpf=4", "remove_server=2", "Event.Server.S2.Type=ns",
+        "Event.Server.S%d.Type=ns", "General.System.HTTPPor=1", "General.System.HTTPPort",
+        "Image.OSD.Date,Image.OSD.Title=on"}) {
+    EXPECT_EQ("", WrittenBy([message] { (void)Send(message); })) << message;
+  }
+}
+
+TEST(PowerCut, InAMessageCostsItsOwnFieldsOnly) {
+  for (const Message& message : messages) {
+    FitStartedCamera();
+    const std::string file = camera.files[device_conf];
+    std::map<std::string, int> outcomes;
+    const auto check = [&] {
+      const int found = Start();
+      ++outcomes[found != identification_match ? "another product's"
+                 : ChainLength() != 14         ? "torn chains"
+                                               : "matching"];
+      for (const auto& [path, value] : settings) {
+        if (path.starts_with(message.own)) SetParameter(path, value);
+      }
+      EXPECT_EQ(file, camera.files[device_conf]) << message.text;
+    };
+    ForEachCut([&] { (void)Send(message.text); }, check);
+    for (const auto& [outcome, count] : outcomes) {
+      (void)std::printf("%.30s: %d %s\n", message.text.c_str(), count, outcome.c_str());
+    }
+    EXPECT_LE(outcomes["torn chains"], 2);
+    EXPECT_EQ(message.text.starts_with("General.Brand"), outcomes["another product's"] > 0);
+  }
+}
+
+TEST(Message, IsTracedInDebugMode) {
+  FitStartedCamera();
+  EXPECT_EQ("Nvd : Turn On debug mode\n", OutputOf([] { Nv_ToggleDebug(SIGUSR2); }));
+  EXPECT_EQ("## NVD : link list node=General.System.HTTPPort\n",
+            Send("General.System.HTTPPort=81"));
+  EXPECT_EQ("Nvd : Turn Off debug mode\n", OutputOf([] { Nv_ToggleDebug(SIGUSR2); }));
+  EXPECT_EQ("", Send("General.System.HTTPPort=82"));
+  EXPECT_EQ("Unknown signal -12\n", OutputOf([] { Nv_QuitHandler(-12); }));
+}
+
+TEST(Message, GoesOnAfterRefusedTransfers) {
+  FitStartedCamera();
+  camera.absent = true;
+  EXPECT_EQ("592+2 596+2 600+2 604+2 608+2 612+2 616+2 620+2 41+2",
+            WrittenBy([] { (void)Send("General.Network.eth0.IPAddress=192.0.2.99"); }))
+      << "each piece is tried, each primitive stops at its first";
+}
+
+TEST(Store, FindsTheFirstNetworkStorageServer) {
+  const std::vector<std::tuple<const char*, const char*, int>> cases = {
+      {"0", "ns", -1}, {"4", "NS", 3}, {"3", "NS", -1}, {"9999999999", "ns", 1}};
+  for (const auto& [count, type, index] : cases) {
+    FitCamera({{"Event.Server.MaxCnt", count},
+               {"Event.Server.S1.Type", type},
+               {"Event.Server.S3.Type", "ns"}});
+    EXPECT_EQ(0, Nv_FindNetworkStorageIndex());
+    EXPECT_EQ(index, NsIndex);
+  }
+}
+
+}  // namespace
