@@ -147,7 +147,7 @@ test_change_and_save() {
 test_messages_and_signals() {
   local folder
   new_start
-  folder=/$(printf 'x%.0s' {1..98})Z
+  folder=/=$(printf 'x%.0s' {1..97})Z
   camera notify "Event.Server.S0.Location=//h$folder"
   expect 'text of a message of 128 bytes' "$folder" "$(text 11027 128)"
   crowd 1 "Event.Server.S0.Location=//h${folder/x/y}Y"
