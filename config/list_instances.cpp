@@ -52,9 +52,9 @@ struct Template {
   cfg_node* node = nullptr;  // null: reported, not usable
 };
 
-Template LoadTemplate(const char* name) {
+Template LoadTemplate(const char* name, const char* folder) {
   Template loaded;
-  loaded.handle.reset(Nv_OpenTemplate(name));
+  loaded.handle.reset(Nv_OpenTemplate(name, folder));
   if (!loaded.handle) {
     Nv_Print("#Error: %s not supported yet\n", name);
     return loaded;
@@ -162,10 +162,10 @@ std::optional<int> RequestedIndex(const ListKind& list, const char* path) {
 
 }  // namespace
 
-cfg_handle* Nv_OpenTemplate(const char* name) {
+cfg_handle* Nv_OpenTemplate(const char* name, const char* folder) {
   if (name == nullptr) return nullptr;
   PathText path;
-  Text_Format(path, "/opt/template/%s.xml", name);
+  Text_Format(path, "%s/%s.xml", folder, name);
   if (!File_Exists(path.data())) {
     Nv_Print("#Error: %s not exist !!\n", path.data());
     return nullptr;
@@ -175,23 +175,28 @@ cfg_handle* Nv_OpenTemplate(const char* name) {
   return handle;
 }
 
-void Nv_AddListInstance(const ListKind& list, cfg_handle* device, cfg_node* device_root,
-                        const char* path) {
+bool List_AddInstance(const ListKind& list, const char* folder, cfg_node* device_root,
+                      const char* path) {
   const bool first_free = list.index_pattern == nullptr;
   std::optional<int> index = first_free ? no_index : RequestedIndex(list, path);
-  if (!index) return;
-  const Template loaded = LoadTemplate(list.template_name);
-  if (loaded.node == nullptr) return;
+  if (!index) return false;
+  const Template loaded = LoadTemplate(list.template_name, folder);
+  if (loaded.node == nullptr) return false;
   cfg_node* list_node = cfg_find_param_node(device_root, list.list_path);
   if (list_node == nullptr) {
     Nv_Print("#Error: %s not added yet\n", list.list_path);
-    return;
+    return false;
   }
   if (first_free) index = FirstFreeIndex(list, device_root, list_node);
-  if (!index) return;
+  if (!index) return false;
   const bool all_taken = first_free && *index == no_index;
   const bool is_missing = !all_taken && !HasInstance(list, device_root, *index);
-  if (is_missing && !AddInstance(list, device_root, *index, loaded.node)) return;
+  return !is_missing || AddInstance(list, device_root, *index, loaded.node);
+}
+
+void Nv_AddListInstance(const ListKind& list, cfg_handle* device, cfg_node* device_root,
+                        const char* path) {
+  if (!List_AddInstance(list, template_folder, device_root, path)) return;
   // A save that fails leaves the instance in the tree, and the walk's own save comes later.
   (void)cfg_save_file(device, device_conf);
   if (list.sets_ns_index) Nv_Print("NsIndex=%d\n", NsIndex);

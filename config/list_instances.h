@@ -5,7 +5,7 @@
 #include "platform/libcfg.h"
 
 struct ListKind {
-  const char* template_name;  // "/opt/template/<name>.xml", and the element below its "root"
+  const char* template_name;  // "<folder>/<name>.xml", and the element below its "root"
   const char* list_path;      // of the element that the instances are children of
   char instance_letter;       // the instance is <list path>.<letter><index>
   // Reads the index off the path that needs the instance; null: the first free one below "MaxCnt".
@@ -21,12 +21,18 @@ extern const ListKind stream_profile_list;
 extern const ListKind user_list;
 extern const ListKind scheduled_event_list;
 
-// Adds the instance that `path` needs, complete with every child and attribute of the template, and
-// saves the configuration, also when there was nothing to add. A template that can't be used is
-// reported with a line that begins with "#Error: ", and nothing is saved. The handle stays the
+inline constexpr const char* template_folder = "/opt/template";
+
+// Adds the instance that `path` needs, complete with every child and attribute of the template in
+// `folder`. Returns whether to save the configuration, also when there was nothing to add; false
+// for a template that can't be used, reported with a line that begins with "#Error: ".
+bool List_AddInstance(const ListKind& list, const char* folder, cfg_node* device_root,
+                      const char* path);
+
+// The same with the camera's templates, and saves the live configuration. The handle stays the
 // caller's.
 void Nv_AddListInstance(const ListKind& list, cfg_handle* device, cfg_node* device_root,
                         const char* path);
 
 // Opens a template file. Returns a handle that the caller closes; or null, reported.
-cfg_handle* Nv_OpenTemplate(const char* name);
+cfg_handle* Nv_OpenTemplate(const char* name, const char* folder = template_folder);

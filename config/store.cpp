@@ -9,9 +9,9 @@
 ValueSlot product_number;
 std::int32_t NsIndex;
 
-ConfigFile Nv_OpenConfig() {
+ConfigFile Nv_OpenConfig(const char* path) {
   ConfigFile file;
-  file.handle.reset(cfg_init(device_conf));
+  file.handle.reset(cfg_init(path));
   if (file.handle) file.root = cfg_find_param_node(file.handle.get(), "root");
   return file;
 }
@@ -70,26 +70,32 @@ void Nv_FactoryReset() { (void)Host_RunCommand("restore"); }
 
 void Nv_SetProductNumber(std::string_view text) { Slot_SetText(product_number, text); }
 
+void Nv_ReadProductNumber(cfg_node* root) {
+  ValueSlot value;
+  if (Nv_ReadParameter(root, "General.Brand.ProdNbr", value)) Nv_SetProductNumber(Slot_Text(value));
+}
+
 int Nv_LoadProductNumber() {
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
-  ValueSlot value;
-  if (Nv_ReadParameter(config.root, "General.Brand.ProdNbr", value)) {
-    Nv_SetProductNumber(Slot_Text(value));
-  }
+  Nv_ReadProductNumber(config.root);
   return 0;
 }
 
-int Nv_FindNetworkStorageIndex() {
+void Nv_ReadNetworkStorageIndex(cfg_node* root) {
   constexpr int most_servers = 65536;  // a greater "MaxCnt" is not believed
-  const ConfigFile config = Nv_OpenConfig();
-  if (config.root == nullptr) return -1;
-  const ValueSlot max_count = Nv_ParameterValue(config.root, "Event.Server.MaxCnt");
+  const ValueSlot max_count = Nv_ParameterValue(root, "Event.Server.MaxCnt");
   const int count = std::min(Text_ToInt(Slot_Text(max_count)), most_servers);
   NsIndex = -1;
   for (int i = 0; i < count && NsIndex < 0; ++i) {
     const PathText path = Nv_FormatPath("Event.Server.S%d.Type", i);
-    if (Slot_Text(Nv_ParameterValue(config.root, path.data())) == "ns") NsIndex = i;
+    if (Slot_Text(Nv_ParameterValue(root, path.data())) == "ns") NsIndex = i;
   }
+}
+
+int Nv_FindNetworkStorageIndex() {
+  const ConfigFile config = Nv_OpenConfig();
+  if (config.root == nullptr) return -1;
+  Nv_ReadNetworkStorageIndex(config.root);
   return 0;
 }

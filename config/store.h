@@ -29,7 +29,7 @@ struct ConfigFile {
   cfg_node* root = nullptr;  // null: the file could not be loaded or holds no "root"
 };
 
-ConfigFile Nv_OpenConfig();
+ConfigFile Nv_OpenConfig(const char* path = device_conf);
 
 // A dotted path with "%d" replaced by a number; longer ones are cut.
 using PathText = std::array<char, 256>;
@@ -54,9 +54,16 @@ void Nv_FactoryReset();
 // Copies a text into the product-number buffer.
 void Nv_SetProductNumber(std::string_view text);
 
-// Loads the product-number buffer. Returns 0, or -1 when the configuration can't be opened.
+// Copies a configuration's product number into the buffer, which stays as it was when there is
+// none.
+void Nv_ReadProductNumber(cfg_node* root);
+
+// The same for the live configuration. Returns 0, or -1 when it can't be opened.
 int Nv_LoadProductNumber();
 
-// Searches the first Event.Server entry of Type "ns" and sets NsIndex. Returns 0; or -1, with
-// NsIndex unchanged, when the configuration can't be opened.
+// Searches a configuration's first Event.Server entry of Type "ns" and sets NsIndex.
+void Nv_ReadNetworkStorageIndex(cfg_node* root);
+
+// The same for the live configuration. Returns 0; or -1, with NsIndex unchanged, when it can't be
+// opened.
 int Nv_FindNetworkStorageIndex();

@@ -2,7 +2,6 @@
 #include "eeprom/restore.h"
 
 #include <array>
-#include <set>
 #include <string_view>
 
 #include "config/change_propagation.h"
@@ -13,20 +12,13 @@
 #include "eeprom/i2c_eeprom.h"
 #include "param/conversion.h"
 #include "platform/host.h"
+#include "sections/chain.h"
 #include "sections/recording_records.h"
 #include "sections/section.h"
 #include "sections/stream_record.h"
 #include "sections/system_records.h"
 
 namespace {
-
-// What a restore works on: the open configuration and the section just read.
-struct Restore {
-  cfg_handle* handle;     // the caller's
-  cfg_node* root;         // of the configuration
-  SectionRecord& record;  // the section at hand
-  bool changed;           // a value was put into the configuration
-};
 
 // The first byte of a field, 0 when the payload at hand does not hold it. The payload is the stored
 // type's, whatever section the chain has in its place.
@@ -73,7 +65,7 @@ constexpr std::array<MissingInstance, 4> missing_instances = {{
 void AddMissingInstance(const Restore& restore, std::size_t row, const char* path) {
   for (const MissingInstance& missing : missing_instances) {
     if (missing.type == restore.record.type && missing.is_stored(restore.record, row)) {
-      Nv_AddListInstance(missing.list, restore.handle, restore.root, path);
+      restore.add_instance(missing.list, path);
     }
   }
 }
@@ -83,8 +75,8 @@ void AddMissingInstance(const Restore& restore, std::size_t row, const char* pat
 void AddNetworkStorage(const Restore& restore) {
   if (restore.record.type != SectionType::srex) return;
   if (FirstByte(restore.record, PlaceOf(srex_fields, "srex_rec_en")) != 1) return;
-  Nv_AddListInstance(network_storage_list, restore.handle, restore.root, nullptr);
-  Nv_AddListInstance(media_list, restore.handle, restore.root, nullptr);
+  restore.add_instance(network_storage_list, nullptr);
+  restore.add_instance(media_list, nullptr);
 }
 
 void PrintValues(const ValueSlot& current, const ValueSlot& stored) {
@@ -108,10 +100,7 @@ void PutValue(Restore& restore, std::size_t row, std::string_view row_path,
   }
   const ValueSlot current = Nv_NodeValue(node);
   if (stored[0] == '\0' || Slot_Text(current) == Slot_Text(stored)) return;
-  if (!is_new &&
-      !Nv_FilterRestoredValue(restore.root, restore.record, path.data(), current, stored)) {
-    return;
-  }
+  if (!is_new && !restore.may_put(restore.record, path.data(), current, stored)) return;
   // A value that can't be put, a container's for example, is offered again at the next start.
   (void)cfg_set_param_value_no_eeprom(node, stored.data());
   PrintValues(current, stored);
@@ -138,28 +127,22 @@ void RestoreSection(Restore& restore, std::size_t position, SectionNode& node) {
   node.type = restore.record.type;
   node.address = restore.record.address;
   node.map = &Map_At(position);
-  std::size_t offset = 0;
-  const auto rows = Map_Rows(*node.map);
-  for (std::size_t row = 0; row < rows.size(); ++row) {
-    RestoreRow(restore, rows[row], row, offset);
-    offset += rows[row].format.size;
-  }
+  Restore_Section(restore, *node.map);
 }
 
 void RestoreChain(Restore& restore) {
-  std::set<std::uint32_t> visited;
   SectionList_Free();
   section_list = std::make_unique<SectionNode>();
   SectionNode* node = section_list.get();
-  for (std::size_t position = 0;; ++position) {
-    visited.insert(restore.record.address);
-    RestoreSection(restore, position, *node);
-    const std::uint32_t next = restore.record.next_address;
+  ChainWalk walk;
+  while (true) {
     restore.record = SectionRecord();
-    restore.record.address = next;
-    if (next == 0) return;
-    if (visited.contains(next)) {
-      Nv_Print("%s: Section chain loops at address 0x%x.\n", "Nv_ReadBackCheck", next);
+    restore.record.address = walk.address;
+    RestoreSection(restore, walk.position, *node);
+    const ChainStep step = Chain_Advance(walk, restore.record.next_address);
+    if (step == ChainStep::end) return;
+    if (step == ChainStep::loop) {
+      Nv_Print("%s: Section chain loops at address 0x%x.\n", "Nv_ReadBackCheck", walk.address);
       return;
     }
     node->next = std::make_unique<SectionNode>();
@@ -175,8 +158,17 @@ void RequestLensPosition(const char* what, const ValueSlot& position) {
   (void)Host_RunCommand(command.data());
 }
 
+// What a lens position moves; null for any other value.
+const char* LensMotor(const SectionRecord& record, std::string_view path) {
+  if (record.type != SectionType::lvln) return nullptr;
+  if (path == "ImageSource.I0.LensControl.ZoomPos") return "zoom";
+  if (path == "ImageSource.I0.LensControl.FocusPos") return "focus";
+  return nullptr;
+}
+
 // The parameter that lists what this camera supports; null when everything goes.
-const char* SupportedValues(std::string_view path) {
+const char* SupportedValues(const SectionRecord& record, std::string_view path) {
+  if (record.type != SectionType::stpf) return nullptr;
   if (path == "ImageSource.I0.Config.CaptureMode") {
     return "ImageSource.I0.Config.CaptureModeFormatList";
   }
@@ -186,13 +178,46 @@ const char* SupportedValues(std::string_view path) {
   return nullptr;
 }
 
+bool IsSupported(cfg_node* root, const char* list, const ValueSlot& stored) {
+  ValueSlot supported;
+  if (!Nv_ReadParameter(root, list, supported)) return true;
+  return Slot_Text(supported).find(Slot_Text(stored)) != std::string_view::npos;
+}
+
 }  // namespace
+
+void Restore_Section(Restore& restore, const SectionMap& map) {
+  std::size_t offset = 0;
+  const auto rows = Map_Rows(map);
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    RestoreRow(restore, rows[row], row, offset);
+    offset += rows[row].format.size;
+  }
+}
+
+StoredValue Restore_Judge(cfg_node* root, const SectionRecord& record, const char* path,
+                          const ValueSlot& stored) {
+  if (LensMotor(record, path) != nullptr) return StoredValue::lens_position;
+  const char* list = SupportedValues(record, path);
+  const bool is_welcome = list == nullptr || IsSupported(root, list, stored);
+  return is_welcome ? StoredValue::welcome : StoredValue::unsupported;
+}
 
 int Nv_ReadBackCheck() {
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
-  SectionRecord record;
-  Restore restore = {config.handle.get(), config.root, record, false};
+  Restore restore = {
+      .root = config.root,
+      .add_instance =
+          [&config](const ListKind& list, const char* path) {
+            Nv_AddListInstance(list, config.handle.get(), config.root, path);
+          },
+      .may_put =
+          [&config](const SectionRecord& record, const char* path, const ValueSlot& current,
+                    const ValueSlot& stored) {
+            return Nv_FilterRestoredValue(config.root, record, path, current, stored);
+          },
+  };
   RestoreChain(restore);
   if (restore.changed) {
     Nv_Print("save device.conf\n");
@@ -203,22 +228,15 @@ int Nv_ReadBackCheck() {
 
 bool Nv_FilterRestoredValue(cfg_node* root, const SectionRecord& record, const char* path,
                             const ValueSlot& current, const ValueSlot& stored) {
-  const std::string_view name = path;
-  if (record.type == SectionType::lvln && name == "ImageSource.I0.LensControl.ZoomPos") {
-    RequestLensPosition("zoom", stored);
+  if (const char* motor = LensMotor(record, path)) {
+    RequestLensPosition(motor, stored);
     return false;
   }
-  if (record.type == SectionType::lvln && name == "ImageSource.I0.LensControl.FocusPos") {
-    RequestLensPosition("focus", stored);
-    return false;
-  }
-  const char* list = record.type == SectionType::stpf ? SupportedValues(name) : nullptr;
+  const char* list = SupportedValues(record, path);
   if (list == nullptr) return true;
   PrintValues(current, stored);
-  ValueSlot supported;
-  if (!Nv_ReadParameter(root, list, supported)) return true;
-  if (Slot_Text(supported).find(Slot_Text(stored)) != std::string_view::npos) return true;
+  if (IsSupported(root, list, stored)) return true;
   Nv_Print("update section value\n");
-  (void)Nv_HandleParameterChange(name, Slot_Text(current));
+  (void)Nv_HandleParameterChange(path, Slot_Text(current));
   return false;
 }

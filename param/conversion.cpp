@@ -64,6 +64,17 @@ void RestoreByKind(const SectionRules& section, const Conversion& conversion, Fi
   Slot_SetNumber(conversion.slots[0], number);
 }
 
+const FieldRule& RuleOf(SectionType type, std::string_view key) {
+  constexpr static FieldRule no_rule = {};
+  const SectionRules* section = FindSectionRules(type);
+  const FieldRule* rule = section == nullptr ? nullptr : FindRule(*section, key).rule;
+  return rule == nullptr ? no_rule : *rule;
+}
+
+bool Holds(const EnumRow& row, std::int32_t number) {
+  return row.use != RowUse::unknown_number && row.number == number;
+}
+
 enum class Way : std::uint8_t { to_section, to_config };
 
 int Convert(Way way, ValueSlots& slots, std::string_view key, SectionRecord& record,
@@ -96,4 +107,20 @@ int Param_ConfigToSection(ValueSlots& slots, std::string_view key, SectionRecord
 int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, std::string_view key,
                           std::size_t offset, FieldFormat format) {
   return Convert(Way::to_config, slots, key, record, offset, format);
+}
+
+std::span<const EnumRow> Param_Enumeration(SectionType type, std::string_view key) {
+  return RuleOf(type, key).values;
+}
+
+bool Param_KnowsNumber(SectionType type, std::string_view key, std::int32_t number) {
+  const FieldRule& rule = RuleOf(type, key);
+  if (rule.numbers > 0) return number >= 0 && number < rule.numbers;
+  if (rule.values.empty()) return true;
+  if (std::ranges::any_of(rule.values, [=](const EnumRow& row) { return Holds(row, number); })) {
+    return true;
+  }
+  // A text in no row leaves the field as it was: 0.
+  return number == 0 &&
+         std::ranges::find(rule.values, RowUse::unknown_text, &EnumRow::use) == rule.values.end();
 }

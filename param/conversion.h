@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "param/rule.h"
 #include "param/value_slot.h"
 #include "sections/field_codec.h"
 #include "sections/section_record.h"
@@ -22,3 +23,9 @@ int Param_ConfigToSection(ValueSlots& slots, std::string_view key, SectionRecord
 // means that nothing is restored for its path.
 int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, std::string_view key,
                           std::size_t offset, FieldFormat format);
+
+// The texts and numbers of a field of one of the types 1 to 10; none for what is no enumeration.
+std::span<const EnumRow> Param_Enumeration(SectionType type, std::string_view key);
+
+// Whether the conversion into such a field makes this number, or its way back knows it.
+bool Param_KnowsNumber(SectionType type, std::string_view key, std::int32_t number);

@@ -160,7 +160,7 @@ constexpr std::array srex_table = {
     Own("srex_srv_addr",            Address_ToSection, Location_ToConfig),
     Own("srex_srv_path",            Path_ToSection, Location_ToConfig),
     FieldRule{.key = "srex_srv_auth", .to_section = Authentication_ToSection,
-              .to_config = Enum_ToConfig, .values = no_password},
+              .to_config = Enum_ToConfig, .values = no_password, .numbers = 2},
     Enum("srex_rec_continuous",     network_schedule),
     Enum("srex_rec_onevent",        if_ns),
     Enum("srex_rec_event_media",    media),

@@ -51,7 +51,8 @@ struct FieldRule {
   std::span<const EnumRow> values = {};        // for Enum_...
   std::span<const Extension> extensions = {};  // for Name_ToSection
   std::uint32_t constant = 0;                  // for Constant_ToSection
-  std::string_view owner = {};                 // for the recording rules
+  std::int32_t numbers = 0;     // own converters store 0 up to below this; 0: any number
+  std::string_view owner = {};  // for the recording rules
 };
 
 // The kinds that a section type converts without a rule.

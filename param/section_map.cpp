@@ -33,7 +33,7 @@ constexpr std::array<SectionMap, chain_sections + 1> maps = {{
 }};
 
 // The address at which the section at a chain position lies.
-consteval std::size_t AddressAt(std::size_t position) {
+constexpr std::size_t AddressAt(std::size_t position) {
   std::size_t address = 0;
   for (std::size_t i = 0; i < position; ++i) {
     address += SECTION_HEADER_SIZE + PayloadSize(maps.at(i).fields);
@@ -56,7 +56,28 @@ static_assert(AddressAt(13) == 10952 && AddressAt(chain_sections) == EEPROM_IMAG
 
 }  // namespace
 
+const std::array<SectionName, chain_sections> section_names = {{
+    {"id", "identification"},
+    {"ssdt", "date and time"},
+    {"sssc", "users"},
+    {"ssnt", "network"},
+    {"lvim", "image"},
+    {"lvln", "lens"},
+    {"lvad", "audio"},
+    {"lvdn", "day/night and infrared"},
+    {"stpf0", "stream profile I0"},
+    {"stpf1", "stream profile I1"},
+    {"stpf2", "stream profile I2"},
+    {"stpf3", "stream profile I3"},
+    {"srin", "recording to the memory card"},
+    {"srex", "recording to network storage"},
+}};
+
 const std::array<SectionMap, chain_sections + 1> section_maps = maps;
+
+std::uint32_t Map_Address(std::size_t position) {
+  return static_cast<std::uint32_t>(AddressAt(std::min(position, chain_sections)));
+}
 
 const SectionMap& Map_At(std::size_t position) {
   return section_maps[std::min(position, chain_sections)];

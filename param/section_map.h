@@ -21,8 +21,18 @@ struct SectionMap {
 inline constexpr std::size_t chain_sections = 14;
 extern const std::array<SectionMap, chain_sections + 1> section_maps;
 
+// What a person calls them, in the same order.
+struct SectionName {
+  std::string_view prefix;   // of the keys; the stream profiles have their number behind it
+  std::string_view content;  // in words
+};
+extern const std::array<SectionName, chain_sections> section_names;
+
 // The size of an image, which is also the address behind its last byte.
 inline constexpr std::uint32_t EEPROM_IMAGE_SIZE = 12074;
+
+// Where the section at a position of the chain lies; behind the last one from the end mark on.
+std::uint32_t Map_Address(std::size_t position);
 
 // The map of the section at a position in the chain; the end mark from its position on.
 const SectionMap& Map_At(std::size_t position);

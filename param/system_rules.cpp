@@ -131,7 +131,8 @@ constexpr std::array ssdt_table = {
 constexpr std::array sssc_table = {
     Own("sssc_username_%d", UserName_ToSection, Account_ToConfig),
     Own("sssc_password_%d", Password_ToSection, Account_ToConfig),
-    Own("sssc_group_%d",    Group_ToSection,    Account_ToConfig),
+    FieldRule{.key = "sssc_group_%d", .to_section = Group_ToSection, .to_config = Account_ToConfig,
+              .numbers = groups.size()},
 };
 
 constexpr std::array ssnt_table = {

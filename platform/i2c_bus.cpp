@@ -47,6 +47,11 @@ unsigned I2c_RegisterAddress(std::span<const std::uint8_t> buffer) {
   return buffer[0] | (unsigned{buffer[1]} << 8U);
 }
 
+std::size_t I2c_FlatAddress(const I2cSelection& selection, std::span<const std::uint8_t> buffer) {
+  const std::size_t block = (selection.device_address & 0x0EU) << 15U;
+  return block + I2c_RegisterAddress(buffer);
+}
+
 int I2c_Open(const char* path) {
   const int fd = open(path, O_RDWR | O_CLOEXEC);
   if (fd < 0) return -1;

@@ -57,6 +57,10 @@ int I2c_Select(I2cSelection& selection, unsigned long request, unsigned long arg
 // The register address that a write or read buffer carries.
 unsigned I2c_RegisterAddress(std::span<const std::uint8_t> buffer);
 
+// The flat address that it means on the selected chip: bits 1 and 2 of the device address are bits
+// 16 and 17, and the 0xA8 family lies above.
+std::size_t I2c_FlatAddress(const I2cSelection& selection, std::span<const std::uint8_t> buffer);
+
 // Opens a device read-write, locks it against other writers (flock(2), not waiting) and chooses the
 // adapter that speaks to it. Returns the descriptor, which carries the lock until it is closed; or
 // -1.
@@ -64,6 +68,9 @@ int I2c_Open(const char* path);
 
 // The same for a program that only reads, beside whoever writes: it takes no lock.
 int I2c_OpenToRead(const char* path);
+
+// Whether anybody holds the lock of an open device, as a running daemon does.
+bool I2c_IsLocked(int fd);
 
 // The adapter that the device was last opened with, for a person to read.
 const char* I2c_AdapterName();

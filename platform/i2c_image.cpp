@@ -17,10 +17,8 @@ constexpr std::uint8_t erased = 0xFF;
 
 I2cSelection selection;
 
-// Device address bits 1 and 2 are bits 16 and 17 of the flat address; the 0xA8 family lies above.
 off_t RegisterOffset(std::span<const std::uint8_t> buffer) {
-  const unsigned long block = (selection.device_address & 0x0EU) << 15U;
-  return static_cast<off_t>(block + I2c_RegisterAddress(buffer));
+  return static_cast<off_t>(I2c_FlatAddress(selection, buffer));
 }
 
 bool Claims(int fd) {

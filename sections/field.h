@@ -26,6 +26,7 @@ using enum FieldKind;
 struct FieldFormat {
   std::uint16_t size;  // bytes
   FieldKind kind;      // how they are stored
+  bool is_secret = false;  // what shows an image to people hides the field and its parameters
 };
 
 inline constexpr FieldFormat byte_field{1, MAP_BYTE};
@@ -33,6 +34,7 @@ inline constexpr FieldFormat u16_field{2, MAP_U16};
 inline constexpr FieldFormat s16_field{2, MAP_S16};
 inline constexpr FieldFormat word32_field{4, MAP_WORD32};
 consteval FieldFormat TextField(std::uint16_t size) { return {size, MAP_TEXT}; }
+inline constexpr FieldFormat password_field{32, MAP_TEXT, true};
 
 // The bounds of a row's texts, in bytes but for the number of paths.
 inline constexpr std::size_t longest_key = 63;

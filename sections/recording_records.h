@@ -47,7 +47,7 @@ inline constexpr auto srex_fields = WithoutLastKey(JoinFields(
         Field{"srex_srv_ftppasv",         byte_field},
         Field{"srex_srv_auth",            byte_field,     "Event.Server.S%d.Password"},
         Field{"srex_srv_username",        TextField(32),  "Event.Server.S%d.Username"},
-        Field{"srex_srv_password",        TextField(32),  "Event.Server.S%d.Password"},
+        Field{"srex_srv_password",        password_field, "Event.Server.S%d.Password"},
         Field{"srex_rec_continuous",      byte_field,     "Event.Scheduled.S0.ServerType,"
                                                           "Event.Scheduled.S0.Enabled"},
         Field{"srex_rec_onevent",         byte_field,     "Event.Server.S%d.Type"},

@@ -17,21 +17,21 @@ inline constexpr std::array ssdt_fields = {
 
 // A user's account is one parameter, of which each of the user's three fields holds a part.
 inline constexpr std::array sssc_fields = {
-    Field{"sssc_username_1", TextField(32), "General.UserID.Admin"},
-    Field{"sssc_username_2", TextField(32), "General.UserID.U0.User"},
-    Field{"sssc_username_3", TextField(32), "General.UserID.U1.User"},
-    Field{"sssc_username_4", TextField(32), "General.UserID.U2.User"},
-    Field{"sssc_username_5", TextField(32), "General.UserID.U3.User"},
-    Field{"sssc_password_1", TextField(32), "General.UserID.Admin"},
-    Field{"sssc_password_2", TextField(32), "General.UserID.U0.User"},
-    Field{"sssc_password_3", TextField(32), "General.UserID.U1.User"},
-    Field{"sssc_password_4", TextField(32), "General.UserID.U2.User"},
-    Field{"sssc_password_5", TextField(32), "General.UserID.U3.User"},
+    Field{"sssc_username_1", TextField(32),  "General.UserID.Admin"},
+    Field{"sssc_username_2", TextField(32),  "General.UserID.U0.User"},
+    Field{"sssc_username_3", TextField(32),  "General.UserID.U1.User"},
+    Field{"sssc_username_4", TextField(32),  "General.UserID.U2.User"},
+    Field{"sssc_username_5", TextField(32),  "General.UserID.U3.User"},
+    Field{"sssc_password_1", password_field, "General.UserID.Admin"},
+    Field{"sssc_password_2", password_field, "General.UserID.U0.User"},
+    Field{"sssc_password_3", password_field, "General.UserID.U1.User"},
+    Field{"sssc_password_4", password_field, "General.UserID.U2.User"},
+    Field{"sssc_password_5", password_field, "General.UserID.U3.User"},
     Field{"sssc_group_1",    byte_field},
-    Field{"sssc_group_2",    byte_field,    "General.UserID.U0.User"},
-    Field{"sssc_group_3",    byte_field,    "General.UserID.U1.User"},
-    Field{"sssc_group_4",    byte_field,    "General.UserID.U2.User"},
-    Field{"sssc_group_5",    byte_field,    "General.UserID.U3.User"},
+    Field{"sssc_group_2",    byte_field,     "General.UserID.U0.User"},
+    Field{"sssc_group_3",    byte_field,     "General.UserID.U1.User"},
+    Field{"sssc_group_4",    byte_field,     "General.UserID.U2.User"},
+    Field{"sssc_group_5",    byte_field,     "General.UserID.U3.User"},
 };
 
 inline constexpr auto ssnt_extensions = Extensions<8>({

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+// Fuzzes nvdump's commands that look at an image: whatever it holds, they end, keep the passwords
+// and print valid JSON. Each three bytes of the input change one byte of the factory image; behind
+// a leading "=" it is the image itself.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "daemon/log.h"
+#include "nvdump/options.h"
+#include "nvdump/output.h"
+#include "nvdump/source.h"
+
+namespace {
+
+const std::vector<std::uint8_t>& FactoryImage() {
+  static const std::vector<std::uint8_t> image =
+      Source_Build(Source_OpenConfig(CAMERA_FOLDER "/device.conf"), 0).bytes;
+  return image;
+}
+
+std::vector<std::uint8_t> ImageOf(std::span<const std::uint8_t> input) {
+  if (!input.empty() && input[0] == '=') return {input.begin() + 1, input.end()};
+  std::vector<std::uint8_t> image = FactoryImage();
+  for (; input.size() >= 3; input = input.subspan(3)) {
+    image[(input[0] * 256U + input[1]) % image.size()] = input[2];
+  }
+  return image;
+}
+
+// A file with these bytes, without a disk.
+std::string FileOf(const std::vector<std::uint8_t>& bytes) {
+  static const int file = memfd_create("image", 0);
+  const bool written = ftruncate(file, 0) == 0 && pwrite(file, bytes.data(), bytes.size(), 0) ==
+                                                      static_cast<ssize_t>(bytes.size());
+  if (!written) std::abort();
+  return "/proc/self/fd/" + std::to_string(file);
+}
+
+// The factory configuration's passwords, as they stand, in base64 and in hex.
+bool HoldsPassword(const std::string& text) {
+  constexpr std::array<std::string_view, 4> traces = {"s3cret-share", "b3BlcmF0b3I6b3", "73336372",
+                                                      "73 33 63 72"};
+  return std::ranges::any_of(traces, [&](auto trace) { return text.find(trace) != text.npos; });
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  log_is_silent = true;
+  Options options{.command = "fuzz", .operands = {FileOf(ImageOf({data, size}))}};
+  options.all = options.hex = options.is_long = true;
+  for (options.json = false;; options.json = true) {
+    for (const auto command : {Info, List, Map, Verify, Diff}) {
+      std::string out;
+      if (command == Diff) options.operands.emplace_back(CAMERA_FOLDER "/device.conf");
+      try {
+        (void)command(options, out);
+        if (options.json && !Json::accept(out)) std::abort();
+        if ((size == 0 || data[0] != '=') && HoldsPassword(out)) std::abort();
+      } catch (const Failure&) {  // an image that looks like a configuration and is none
+      }
+    }
+    options.operands.pop_back();
+    if (options.json) return 0;
+  }
+}

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+// What is written to files: build, extract, dump.
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <map>
+
+#include "nvdump/apply.h"
+#include "nvdump/options.h"
+#include "nvdump/output.h"
+#include "nvdump/source.h"
+#include "nvdump/text.h"
+#include "platform/file.h"
+#include "platform/host.h"
+
+namespace {
+
+void CheckOutput(const Options& options) {
+  if (options.output.empty()) throw Failure("where to? -o FILE");
+  if (options.force || !File_Exists(options.output.c_str())) return;
+  throw Failure(options.output + " exists; --force replaces it");
+}
+
+void Write(const Options& options, const std::string& content) {
+  if (File_Replace(options.output.c_str(), content) == 0) return;
+  throw Failure(options.output + ": write: " + std::strerror(errno));
+}
+
+// The time that the image tells; a build that is to be the same again names it.
+std::uint32_t BuildTime(const Options& options) {
+  if (options.time != SIZE_MAX) return static_cast<std::uint32_t>(options.time);
+  const char* epoch = std::getenv("SOURCE_DATE_EPOCH");
+  if (epoch == nullptr || *epoch == '\0') return Host_Time();
+  std::uint32_t seconds = 0;
+  const auto [end, error] = std::from_chars(epoch, epoch + std::strlen(epoch), seconds);
+  if (error == std::errc() && *end == '\0') return seconds;
+  throw Failure("SOURCE_DATE_EPOCH is no number of seconds");
+}
+
+// What the image makes of the configuration's parameters, where it is something else.
+std::vector<std::string> LossesOf(const ConfigFile& config, const Image& image,
+                                  const Options& options) {
+  std::map<std::string, std::string> values;
+  for (const auto& [path, value] : Config_Parameters(config.root)) values.emplace(path, value);
+  std::vector<std::string> losses;
+  for (const auto& [table_path, stored, source, is_secret] : Image_Parameters(image)) {
+    const std::string path = Nv_FormatPath(table_path, NsIndex).data();
+    if (path != table_path && NsIndex < 0) continue;  // a camera without network storage
+    const auto value = values.find(path);
+    const bool is_shown = options.secrets || !is_secret;
+    if (value == values.end()) {
+      losses.push_back(path + ": not in the configuration");
+    } else if (!value->second.empty() && value->second != stored) {
+      const std::string end =
+          stored.empty() ? " does not come back" : " comes back as " + Quoted(stored, is_shown);
+      losses.push_back(path + ": " + Quoted(value->second, is_shown) + end);
+    }
+  }
+  return losses;
+}
+
+std::string ChangeText(const ParameterChange& change, bool shows_secrets) {
+  const auto& [path, before, after, remark] = change;
+  if (!shows_secrets && IsSecretPath(path)) return path + "=changed\n";
+  std::string text = Painted(Colour::cyan, path) + "=";
+  text += before ? Painted(Colour::red, Escaped(*before)) : "(none)";
+  text += " -> " + Painted(Colour::green, Escaped(after));
+  return text + (remark != nullptr ? std::string(" (") + remark + ")" : "") + "\n";
+}
+
+// A copy of a configuration in a folder of its own, where it is changed and saved as the daemon
+// does with its own.
+struct WorkingCopy {
+  std::string folder = std::filesystem::temp_directory_path() / "nvdump.XXXXXX";
+  std::string path;
+
+  explicit WorkingCopy(const std::string& content) {
+    if (mkdtemp(folder.data()) == nullptr) throw Failure(folder + ": " + std::strerror(errno));
+    path = folder + "/device.conf";
+    if (File_Replace(path.c_str(), content) != 0)
+      throw Failure(path + ": write: " + std::strerror(errno));
+  }
+  ~WorkingCopy() {
+    std::error_code ignored;  // there is nobody to tell
+    std::filesystem::remove_all(folder, ignored);
+  }
+  WorkingCopy(const WorkingCopy&) = delete;
+  WorkingCopy& operator=(const WorkingCopy&) = delete;
+};
+
+}  // namespace
+
+int Build(const Options& options, std::string& /*out*/) {
+  CheckOutput(options);
+  const ConfigFile config = Source_OpenConfig(options.operands[0]);
+  if (product_number[0] == '\0') {
+    throw Failure(options.operands[0] + ": no product number (General.Brand.ProdNbr)");
+  }
+  Image image = Source_Build(config, BuildTime(options));
+  Image_Parse(image);
+  const std::vector<std::string> losses = LossesOf(config, image, options);
+  for (const std::string& loss : losses) Say(Escaped(loss));
+  if (options.strict && !losses.empty()) throw Failure("not built: --strict");
+  if (options.size > 0 && options.size < image.bytes.size()) {
+    throw Failure(Format("the image has %zu bytes", image.bytes.size()));
+  }
+  image.bytes.resize(std::max(options.size, image.bytes.size()), 0xFF);
+  Write(options, {image.bytes.begin(), image.bytes.end()});
+  return exit_fine;
+}
+
+int Extract(const Options& options, std::string& out) {
+  if (options.config.empty()) throw Failure("into which configuration? --config BASE");
+  if (!options.output.empty()) CheckOutput(options);
+  const Image image = Source_Open(options, options.operands);
+  if (image.state != ImageState::filled) {
+    Say(image.name + ": " + State_Name(image.state) + ": a start takes nothing from it");
+    return exit_finds;
+  }
+  if (options.output.empty()) {
+    const ConfigFile config = Source_OpenConfig(options.config);
+    const std::vector<ParameterChange> changes = Apply(image, config, options.templates);
+    for (const ParameterChange& change : changes) out += ChangeText(change, options.secrets);
+    return changes.empty() ? exit_fine : exit_finds;
+  }
+  const WorkingCopy copy(Source_Read(options.config));
+  (void)Apply(image, Source_OpenConfig(copy.path), options.templates, copy.path);
+  Write(options, Source_Read(copy.path));
+  return exit_fine;
+}
+
+int Dump(const Options& options, std::string& /*out*/) {
+  CheckOutput(options);
+  const Image image = Source_Open(options, options.operands);
+  Write(options, {image.bytes.begin(), image.bytes.end()});
+  if (image.state == ImageState::filled) Say(options.output + " holds the passwords as they are");
+  return exit_fine;
+}

@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: MIT
+// Every byte of an image with what it means, and the same without an image as a reference page.
+#include <algorithm>
+
+#include "nvdump/options.h"
+#include "nvdump/output.h"
+#include "nvdump/source.h"
+#include "nvdump/text.h"
+#include "param/conversion.h"
+#include "sections/section.h"
+
+namespace {
+
+struct Entry {
+  std::size_t address;
+  std::size_t size;
+  const char* kind;  // "header", "field", "gap", "rest"
+  std::string section;
+  std::string name;  // what people call it
+  std::string meaning;
+  std::string_view key = {};
+  std::string_view paths = {};
+  bool is_hidden = false;
+};
+
+std::string EnumText(const StoredField& stored, std::int32_t number) {
+  const SectionType type = stored.section->record.type;
+  if (type == SectionType::identification) return {};
+  for (const EnumRow& row : Param_Enumeration(type, stored.field->key)) {
+    const bool is_it = row.use != RowUse::unknown_text && row.use != RowUse::unknown_number;
+    if (!is_it || row.number != number) continue;
+    const std::string second = row.second ? "," + std::string(*row.second) : std::string();
+    return " (" + std::string(row.text) + second + ")";
+  }
+  return {};
+}
+
+std::string MeaningOf(const StoredField& stored, bool is_hidden) {
+  if (is_hidden) return hidden;
+  const auto bytes = Field_Bytes(stored);
+  const FieldKind kind = stored.field->format.kind;
+  if (kind == MAP_TEXT) return Quoted(Field_Text(bytes), true);
+  const bool is_time = stored.section->record.type == SectionType::identification;
+  if (kind == MAP_U16 || is_time) return Format("%u", Field_Number(bytes));
+  return Format("%d", Field_Signed(bytes)) + EnumText(stored, Field_Signed(bytes));
+}
+
+Entry FieldEntry(const StoredField& stored, const Options& options) {
+  const auto& [key, format, paths] = *stored.field;
+  const bool is_hidden = stored.is_secret && !options.secrets;
+  return {stored.address,
+          format.size,
+          "field",
+          SectionName_At(stored.section->position),
+          key.empty() ? "(no row)" : std::string(key),
+          MeaningOf(stored, is_hidden),
+          key,
+          paths,
+          is_hidden};
+}
+
+Entry HeaderEntry(const StoredSection& section) {
+  const SectionRecord& record = section.record;
+  const std::string name = SectionName_At(section.position);
+  const bool has_name = section.position < chain_sections;
+  const std::string content = has_name ? std::string(section_names.at(section.position).content)
+                                       : "behind the last section";
+  return {record.address,
+          SECTION_HEADER_SIZE,
+          "header",
+          name,
+          "[" + name + ": " + content + "]",
+          Format("type %u, version %u, next %04x", static_cast<unsigned>(record.type),
+                 record.version, record.next_address)};
+}
+
+bool IsUniform(std::span<const std::uint8_t> bytes) {
+  return std::ranges::all_of(bytes, [&](auto byte) { return byte == bytes[0]; });
+}
+
+// What no field describes may be left of one that held a password.
+Entry GapEntry(const Image& image, std::size_t from, std::size_t to, const Options& options) {
+  const bool is_rest = to == image.bytes.size();
+  const auto bytes = Image_Bytes(image, from, to - from);
+  return {from,
+          to - from,
+          is_rest ? "rest" : "gap",
+          "",
+          is_rest ? "(behind the chain)" : "(gap)",
+          Format("%zu bytes", to - from),
+          {},
+          {},
+          !options.secrets && !IsUniform(bytes)};
+}
+
+// By address, with entries for what lies between.
+std::vector<Entry> AllEntries(const Image& image, const Options& options) {
+  std::vector<Entry> known;
+  for (const StoredSection& section : image.sections) known.push_back(HeaderEntry(section));
+  for (const StoredField& stored : Image_Fields(image))
+    known.push_back(FieldEntry(stored, options));
+  std::ranges::stable_sort(known, {}, &Entry::address);
+  std::vector<Entry> entries;
+  std::size_t at = 0;
+  for (Entry& entry : known) {
+    const std::size_t end = entry.address + entry.size;
+    const std::size_t begin = std::min(entry.address, image.bytes.size());
+    if (begin > at) entries.push_back(GapEntry(image, at, begin, options));
+    entries.push_back(std::move(entry));
+    at = std::max(at, end);
+  }
+  if (at < image.bytes.size()) entries.push_back(GapEntry(image, at, image.bytes.size(), options));
+  return entries;
+}
+
+Json EntryJson(const Image& image, const Entry& entry, const Options& options) {
+  Json json = {{"address", entry.address}, {"size", entry.size}, {"kind", entry.kind}};
+  if (!entry.section.empty()) json["section"] = entry.section;
+  if (!entry.key.empty()) json["key"] = entry.key;
+  json["meaning"] = entry.meaning;
+  const RowPaths paths = Map_SplitPaths(entry.paths);
+  if (paths.count > 0) json["paths"] = std::span(paths.path).first(paths.count);
+  if (!options.hex) return json;
+  json["bytes"] = entry.is_hidden ? hidden : Hex(Image_Bytes(image, entry.address, entry.size));
+  return json;
+}
+
+std::string EntryText(const Image& image, const Entry& entry, const Options& options) {
+  std::string line = entry.kind == std::string_view("header") ? "\n" : "";
+  line += Format("%04zx  %-24s ", entry.address, entry.name.c_str());
+  if (options.hex) {
+    const auto bytes = Image_Bytes(image, entry.address, entry.size);
+    line += (entry.is_hidden ? hidden : HexRuns(bytes)) + " = ";
+  }
+  line += entry.meaning;
+  if (!entry.paths.empty()) line += " <- " + std::string(entry.paths);
+  return line + "\n";
+}
+
+constexpr const char* KindName(FieldKind kind) {
+  switch (kind) {
+    case MAP_TEXT:
+      return "text";
+    case MAP_BYTE:
+      return "byte";
+    case MAP_U16:
+      return "unsigned";
+    case MAP_S16:
+    case MAP_WORD32:
+      break;
+  }
+  return "signed";
+}
+
+std::string EnumRowText(const EnumRow& row) {
+  std::string text =
+      "`" + std::string(row.text) + (row.second ? "," + std::string(*row.second) : "") + "`";
+  switch (row.use) {
+    case RowUse::both:
+      return Format("%d ", row.number) + text;
+    case RowUse::to_section:
+      return text + Format(" is stored as %d", row.number);
+    case RowUse::to_config:
+      return Format("%d is restored as ", row.number) + text;
+    case RowUse::unknown_text:
+      return Format("other texts are stored as %d", row.number);
+    case RowUse::unknown_number:
+      break;
+  }
+  return "other numbers are restored as " + text;
+}
+
+std::string FieldMarkdown(const Field& field, std::uint32_t address, SectionType type) {
+  const auto& [key, format, paths] = field;
+  std::string parameters, texts;
+  const RowPaths split = Map_SplitPaths(paths);
+  for (std::size_t i = 0; i < split.count; ++i) {
+    parameters += (i > 0 ? ", `" : "`") + std::string(split.path[i]) + "`";
+  }
+  for (const EnumRow& row : Param_Enumeration(type, key)) {
+    texts += (texts.empty() ? "" : "; ") + EnumRowText(row);
+  }
+  return Format("| %u | %04X | `%s` | %u | %s | ", address, address, std::string(key).c_str(),
+                format.size, KindName(format.kind)) +
+         parameters + " | " + texts + " |\n";
+}
+
+constexpr const char* page_head =
+    "# Parameters\n\n"
+    "Every field of the EEPROM's image that a row of the table describes, and the configuration\n"
+    "parameters that it is made of. `%d` stands for the index of the network storage in its list.\n"
+    "A field is text (UTF-8, zeros behind it), a byte, or a signed or unsigned number, high byte\n"
+    "first. For an enumeration the last column has the stored numbers and their texts; two texts\n"
+    "belong to two parameters, in their order. The other conversions are in "
+    "`param/*_rules.cpp`.\n\n"
+    "Made by `nvdump map --markdown`; `tools/update-golden` makes it again.\n";
+
+std::string SectionMarkdown(std::size_t position) {
+  const auto& [prefix, content] = section_names.at(position);
+  const SectionMap& map = Map_At(position);
+  std::uint32_t address = Map_Address(position);
+  std::string text =
+      Format("\n## %s: %s\n\n", std::string(prefix).c_str(), std::string(content).c_str());
+  text += Format("Type %u at %u (%04X).\n\n", static_cast<unsigned>(map.type), address, address);
+  text += "| address | hex | key | size | kind | parameters | numbers and texts |\n";
+  text += "|---|---|---|---|---|---|---|\n";
+  address += SECTION_HEADER_SIZE;
+  for (const Field& field : Map_Rows(map)) {
+    text += FieldMarkdown(field, address, map.type);
+    address += field.format.size;
+  }
+  return text;
+}
+
+}  // namespace
+
+int Map(const Options& options, std::string& out) {
+  if (options.markdown) {
+    out += page_head;
+    for (std::size_t position = 1; position < chain_sections; ++position) {
+      out += SectionMarkdown(position);
+    }
+    return exit_fine;
+  }
+  const Image image = Source_Open(options, options.operands);
+  std::vector<Entry> entries = AllEntries(image, options);
+  std::erase_if(entries, [&options](const Entry& entry) {
+    return entry.address + entry.size <= options.from ||
+           entry.address - std::min(options.from, entry.address) >= options.count ||
+           !entry.section.starts_with(options.section);
+  });
+  if (!options.json) {
+    for (const Entry& entry : entries) out += EntryText(image, entry, options);
+    return exit_fine;
+  }
+  Json json = Json_Head(options.command, image);
+  json["ranges"] = Json::array();
+  for (const Entry& entry : entries) json["ranges"].push_back(EntryJson(image, entry, options));
+  out += Json_Text(json);
+  return exit_fine;
+}

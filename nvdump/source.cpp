@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "nvdump/source.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "eeprom/backup.h"
+#include "nvdump/chip.h"
+#include "platform/file.h"
+#include "platform/host.h"
+#include "platform/i2c_memory.h"
+
+namespace {
+
+bool IsCharacterDevice(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
+}
+
+// The type of an image's first section does not begin with a "<".
+bool IsConfiguration(std::string_view content) {
+  const std::size_t first = content.find_first_not_of("\xEF\xBB\xBF \t\r\n");
+  return first != std::string_view::npos && content[first] == '<';
+}
+
+Image OpenFile(const std::string& name) {
+  const std::string content = Source_Read(name);
+  if (IsConfiguration(content)) {
+    const ConfigFile config = Source_OpenConfig(name);
+    Image image = Source_Build(config, Host_Time());
+    image.name = name;
+    return image;
+  }
+  Image image;
+  image.name = name;
+  image.adapter = name == "-" ? "standard input" : "file";
+  image.bytes.assign(content.begin(), content.end());
+  return image;
+}
+
+Image OpenDevice(const Options& options, const std::string& name) {
+  Image image;
+  image.name = name;
+  try {
+    Chip_Read(name, options.anyway, image);
+  } catch (const Failure& failure) {
+    throw Failure(name + ": " + failure.what());
+  }
+  return image;
+}
+
+}  // namespace
+
+bool Source_IsName(const std::string& operand) {
+  return operand == "-" || operand.find('/') != std::string::npos || File_Exists(operand.c_str());
+}
+
+std::string Source_Read(const std::string& path) {
+  std::string content;
+  if (File_Read(path == "-" ? "/dev/stdin" : path.c_str(), content) == 0) return content;
+  throw Failure(path + ": read: " + std::strerror(errno));
+}
+
+ConfigFile Source_OpenConfig(const std::string& path) {
+  ConfigFile config = Nv_OpenConfig(path == "-" ? "/dev/stdin" : path.c_str());
+  if (config.root == nullptr) throw Failure(path + ": no configuration file");
+  product_number.fill('\0');
+  Nv_ReadProductNumber(config.root);
+  Nv_ReadNetworkStorageIndex(config.root);
+  return config;
+}
+
+Image Source_Build(const ConfigFile& config, std::uint32_t time) {
+  constexpr int on_memory = 0;  // any number will do
+  Image image;
+  image.adapter = "configuration";
+  Image_Fit(image);
+  Image_WriteSections(on_memory, config.root);
+  Image_WriteIdentification(on_memory, product_number, time);
+  image.bytes = i2c_memory;
+  return image;
+}
+
+Image Source_Open(const Options& options, const std::string& name) {
+  const bool is_device = name.empty() || (name != "-" && IsCharacterDevice(name));
+  Image image =
+      is_device ? OpenDevice(options, name.empty() ? options.device : name) : OpenFile(name);
+  Image_Parse(image);
+  return image;
+}
+
+Image Source_Open(const Options& options, const std::vector<std::string>& operands) {
+  return Source_Open(options, operands.empty() ? std::string() : operands[0]);
+}

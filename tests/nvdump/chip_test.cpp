@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+// Reading a chip that a daemon is writing: a bus behind ioctl, on which the chip is silent in its
+// write cycles and changes between two transfers.
+#include "nvdump/chip.h"
+
+#include <gtest/gtest.h>
+#include <linux/i2c.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <functional>
+
+#include "daemon/log.h"
+#include "nvdump/options.h"
+#include "nvdump/source.h"
+#include "platform/i2c_bus.h"
+#include "tests/platform/temporary_folder.h"
+
+namespace {
+
+std::vector<std::uint8_t> chip;
+std::function<bool(std::size_t address)> answers;  // asked at each transfer; may change the chip
+bool is_vendor;
+
+int Transfer(const i2c_rdwr_ioctl_data& transfer) {
+  const std::size_t address = transfer.msgs[0].buf[0] * 256U + transfer.msgs[0].buf[1];
+  EXPECT_EQ(2U, transfer.nmsgs) << "a read, and nothing else";
+  if (!answers(address)) return errno = ENXIO, -1;
+  transfer.msgs[1].buf[0] = address < chip.size() ? chip[address] : 0xFF;
+  return 2;
+}
+
+struct Chip : testing::Test {
+  int lock = open("/dev/full", O_RDONLY | O_CLOEXEC);  // any character device, as a daemon's
+
+  Chip() {
+    log_is_silent = true;
+    chip = Source_Build(Source_OpenConfig(CAMERA_FOLDER "/device.conf"), 0).bytes;
+    answers = [](std::size_t) { return true; };
+    is_vendor = false;
+  }
+  ~Chip() override { (void)close(lock); }
+
+  static Image Read(bool anyway = false) {
+    Image image;
+    Chip_Read("/dev/full", anyway, image);
+    return image;
+  }
+  static std::string FailureOf(const std::function<void()>& action) {
+    try {
+      action();
+    } catch (const Failure& failure) {
+      return failure.what();
+    }
+    return "";
+  }
+};
+
+TEST_F(Chip, IsAskedAgainInItsWriteCycle) {
+  int transfers = 0;
+  answers = [&](std::size_t) { return ++transfers % 7 != 0; };
+  EXPECT_EQ(chip, Read().bytes);
+}
+
+TEST_F(Chip, ThatStaysSilentIsReported) {
+  answers = [](std::size_t address) { return address != 0x246; };
+  EXPECT_EQ("read: address 0246 stays silent: No such device or address",
+            FailureOf([] { (void)Read(); }));
+}
+
+// The port goes from 0x0050 to 0x1F90 between the transfers that read its two bytes.
+TEST_F(Chip, GivesNoHalfOfAValueThatIsBeingWritten) {
+  ASSERT_EQ(0, flock(lock, LOCK_EX | LOCK_NB));
+  answers = [](std::size_t address) {
+    if (address == 754) chip[753] = 0x1F, chip[754] = 0x90;
+    return true;
+  };
+  const Image image = Read();
+  EXPECT_EQ((std::vector<std::uint8_t>{0x1F, 0x90}), Image_Bytes(image, 753, 2));
+}
+
+TEST_F(Chip, BehindADriverThatADaemonUsesIsLeftAlone) {
+  is_vendor = true;
+  EXPECT_EQ("", FailureOf([] { (void)Read(); }));
+  ASSERT_EQ(0, flock(lock, LOCK_EX | LOCK_NB));
+  EXPECT_EQ("", FailureOf([] { (void)Read(true); }));
+  EXPECT_NE(std::string::npos, FailureOf([] { (void)Read(); }).find("--anyway"));
+}
+
+}  // namespace
+
+extern "C" int __wrap_ioctl(int fd, unsigned long request, ...);  // NOLINT
+int __wrap_ioctl(int, unsigned long request, ...) {               // NOLINT
+  std::va_list arguments;
+  va_start(arguments, request);
+  const auto* transfer = va_arg(arguments, const i2c_rdwr_ioctl_data*);
+  va_end(arguments);
+  if (request == I2C_RDWR) return Transfer(*transfer);
+  if (is_vendor) return 0;
+  errno = ENOTTY;
+  return -1;
+}
