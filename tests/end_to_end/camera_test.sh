@@ -147,7 +147,7 @@ test_change_and_save() {
 test_messages_and_signals() {
   local folder
   new_start
-  folder=/$(printf 'x%.0s' {1..98})Z
+  folder=/=$(printf 'x%.0s' {1..97})Z
   camera notify "Event.Server.S0.Location=//h$folder"
   expect 'text of a message of 128 bytes' "$folder" "$(text 11027 128)"
   crowd 1 "Event.Server.S0.Location=//h${folder/x/y}Y"
@@ -180,7 +180,7 @@ test_messages_and_signals() {
 }
 
 test_crowds() {
-  local before
+  local before highest
   new_start
   before=$(descriptors)
   crowd 30 General.System.HTTPPort=88
@@ -192,12 +192,16 @@ test_crowds() {
   expect 'stored port, descriptors' "0059 $before" "$(bytes 753 2) $(descriptors)"
 
   prlimit --pid "$pid" --nofile=3: # no accept succeeds
-  camera notify -n General.System.HTTPPort=90
+  crowd 10 General.System.HTTPPort=90
   before=$(ticks)
   sleep 0.5
   expect 'processor time meanwhile, in 10 ms' '[0-9]' $(($(ticks) - before))
-  prlimit --pid "$pid" --nofile=100:
+  # One accept succeeds, and the next one when that client has been served.
+  highest=$(find "/proc/$pid/fd" -printf '%f\n' | sort -n | tail -n 1)
+  prlimit --pid "$pid" --nofile=$((highest + 2)):
   wait_for is_stored 753 005a
+  leave
+  prlimit --pid "$pid" --nofile=100:
 
   crowd 19 ''
   camera notify -n No.Such.Path=1 # wakes the daemon up to serve them all
@@ -283,7 +287,10 @@ test_boards() {
 
 test_side_by_side() {
   local other=$state-2 host
-  host() { find /tmp/nv.sck /run/nvd.pid /etc/device.conf /mnt/mtd -printf '%p %i %C@\n' 2>&1 || true; }
+  host() {
+    find /tmp/nv.sck /run/nvd.pid /etc/device.conf /mnt/mtd -printf '%p %i %C@\n' 2>&1 || true
+    awk '{ print $1 }' /proc/sysvipc/shm
+  }
   host=$(host)
   state=$other new_start
   new_start

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 #include "config/change_propagation.h"
@@ -85,11 +86,13 @@ std::size_t ChainLength() {
 
 // Lines of "ADDRESS NAME BYTES... = VALUE"; "00*12" is a run of equal bytes.
 std::string GoldenBytes() {
+  static const std::regex line_form(R"(\w{4}  (?:\[.*\]|\(.*\)|\S+) +([0-9a-f* ]+) = .*)");
   std::ifstream file(GOLDEN_FOLDER "/factory_image.txt");
   std::string bytes;
+  std::smatch match;
   for (std::string line, word; std::getline(file, line);) {
-    std::istringstream words(line.substr(0, line.find(" = ")));
-    words.ignore(31);
+    if (!std::regex_match(line, match, line_form)) continue;
+    std::istringstream words(match[1]);
     while (words >> word) {
       const std::size_t count = word.size() > 2 ? std::stoul(word.substr(3)) : 1;
       bytes.append(count, static_cast<char>(std::stoi(word, nullptr, 16)));
