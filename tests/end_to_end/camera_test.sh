@@ -214,7 +214,7 @@ test_crowds() {
 # A bare module takes over the board of another one. A pipe in the lens driver's place holds the
 # daemon up in the middle of the restore.
 test_module_swap() {
-  local lens=$state/mnt/mtd/lens_position_change settings since
+  local lens=$state/mnt/mtd/lens_position_change settings
   settings=(General.System.HTTPPort=8081 Event.Server.S0.Location=//nas.example/attic
     'General.UserID.U2.User=Y2Fyb2w6c2VjcmV0,00010001' Event.Scheduled.S0.Name=nightly)
   new_start
@@ -230,9 +230,7 @@ test_module_swap() {
   mkfifo "$lens"
 
   camera start &
-  since=$SECONDS
   wait_for test -S "$state/tmp/nv.sck"
-  expect 'seconds that the new module gets' '[3-9]' $((SECONDS - since))
   expect 'files before the restore is over' 'nv.sck ' "$(left_behind)"
   camera notify -n General.Network.RTSP.Port=555
   expect 'request to the lens driver' zoom=5 "$(timeout 10 cat "$lens")"
