@@ -60,18 +60,17 @@ Entry FieldEntry(const StoredField& stored, const Options& options) {
 }
 
 Entry HeaderEntry(const StoredSection& section) {
-  const SectionRecord& record = section.record;
-  const std::string name = SectionName_At(section.position);
-  const bool has_name = section.position < chain_sections;
-  const std::string content = has_name ? std::string(section_names.at(section.position).content)
-                                       : "behind the last section";
+  const auto& [position, record, is_readable] = section;
+  const std::string_view content =
+      position < chain_sections ? section_names.at(position).content : "behind the last section";
   return {record.address,
           SECTION_HEADER_SIZE,
           "header",
-          name,
-          "[" + name + ": " + content + "]",
-          Format("type %u, version %u, next %04x", static_cast<unsigned>(record.type),
-                 record.version, record.next_address)};
+          SectionName_At(position),
+          "[" + SectionName_At(position) + "]",
+          std::string(content) + Format(": type %u, version %u, next %04x",
+                                        static_cast<unsigned>(record.type), record.version,
+                                        record.next_address)};
 }
 
 bool IsUniform(std::span<const std::uint8_t> bytes) {

@@ -24,8 +24,8 @@ enum class FieldKind : std::uint8_t {
 using enum FieldKind;
 
 struct FieldFormat {
-  std::uint16_t size;  // bytes
-  FieldKind kind;      // how they are stored
+  std::uint16_t size;      // bytes
+  FieldKind kind;          // how they are stored
   bool is_secret = false;  // what shows an image to people hides the field and its parameters
 };
 
