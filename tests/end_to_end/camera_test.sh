@@ -45,8 +45,10 @@ wait_for() {
   expect 'patience' "$*" 'no end of waiting'
 }
 
+# new_start [SED-SCRIPT for device.conf]
 new_start() {
   camera new
+  sed -i "${1-}" "$state/etc/device.conf"
   camera start
   pid=$(<"$state/run/nvd.pid")
   cp "$state/eeprom" "$state/before"
@@ -146,11 +148,11 @@ test_change_and_save() {
 
 test_messages_and_signals() {
   local folder
-  new_start
+  new_start '/<Server>$/,/<Scheduled>/{s/S0/S1/;s/M0/M1/}'
   folder=/=$(printf 'x%.0s' {1..97})Z
-  camera notify "Event.Server.S0.Location=//h$folder"
+  camera notify "Event.Server.S1.Location=//h$folder"
   expect 'text of a message of 128 bytes' "$folder" "$(text 11027 128)"
-  crowd 1 "Event.Server.S0.Location=//h${folder/x/y}Y"
+  crowd 1 "Event.Server.S1.Location=//h${folder/x/y}Y"
   camera notify ''
   expect 'text of a message of 129 bytes' "${folder/x/y}" "$(text 11027 128)"
   leave
@@ -180,7 +182,7 @@ test_messages_and_signals() {
 }
 
 test_crowds() {
-  local before highest
+  local before free=3
   new_start
   before=$(descriptors)
   crowd 30 General.System.HTTPPort=88
@@ -197,8 +199,8 @@ test_crowds() {
   sleep 0.5
   expect 'processor time meanwhile, in 10 ms' '[0-9]' $(($(ticks) - before))
   # One accept succeeds, and the next one when that client has been served.
-  highest=$(find "/proc/$pid/fd" -printf '%f\n' | sort -n | tail -n 1)
-  prlimit --pid "$pid" --nofile=$((highest + 2)):
+  while [[ -L /proc/$pid/fd/$free ]]; do free=$((free + 1)); done
+  prlimit --pid "$pid" --nofile=$((free + 1)):
   wait_for is_stored 753 005a
   leave
   prlimit --pid "$pid" --nofile=100:

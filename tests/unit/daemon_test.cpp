@@ -49,6 +49,7 @@ const Parameters settings = {
     {"StreamProfile.I0.Video.Resolution", "1280x2000"},
     {"StreamProfile.I1.Video.FPS", "30"},
     {"StreamProfile.I1.Video.Resolution", "1920x1080"},
+    {"StreamProfile.I2.Video.FPS", "25"},
     {"StreamProfile.I3.Video.FPS", "26"},
     {"StreamProfile.I3.Video.Resolution", "1281x720"},
 };
@@ -238,13 +239,17 @@ TEST(Start, RestoresTheModuleOfAnotherCamera) {
   EXPECT_EQ(identification_match, Start());
 }
 
-TEST(Clamp, NeedsLimits) {
+TEST(Clamp, NeedsLimitsAndComparesWidths) {
   FitStartedCamera();
   SetParameter("ImageSource.I0.Config.MaxResolution", "640");
   SetParameter("ImageSource.I0.Config.CaptureMode", "640x480");
   camera.actions.clear();
   EXPECT_EQ("", WrittenBy([] { EXPECT_EQ(0, Nv_ClampStreamSettings()); }));
   EXPECT_TRUE(camera.actions.empty());
+  SetParameter("ImageSource.I0.Config.MaxResolution", "1920x1080");
+  SetParameter("StreamProfile.I2.Video.Resolution", "1921");
+  EXPECT_EQ("7571+2 41+4 7573+2 41+4", WrittenBy([] { EXPECT_EQ(0, Nv_ClampStreamSettings()); }));
+  EXPECT_EQ("1920x1080", Parameter("StreamProfile.I2.Video.Resolution"));
 }
 
 TEST(ReadBack, EndsWhateverTheChainSays) {
@@ -330,9 +335,11 @@ struct Message {
 const std::vector<Message> messages = {
     {"General.System.HTTPPort=8080", "", "753+2 41+4", "\x1F\x90", 753, "General.System.HTTPPort"},
     {"General.Network.eth0.IPAddress=192.0.2.1=x", "", "592+32 41+4", "192.0.2.1=x" + std::string(21, '\0'), 592, "General.Network.eth0.IPAddress"},
-    {"Event.Server.S1.Location=host:/" + std::string(90, 'p'), "", "10995+32 41+4 11027+256 41+4", "/" + std::string(90, 'p') + std::string(165, '\0'), 11027, "Event.Server.S1.Location"},
+    {"Event.Server.S1.Location=host:/" + std::string(121, 'p'), "", "10995+32 41+4 11027+256 41+4", "/" + std::string(121, 'p') + std::string(134, '\0'), 11027, "Event.Server.S1.Location"},
     {"ImageSource.RecordIndex=2", "", "10246+32 41+4 11364+32 41+4", "Profile3\0"s, 11364, "ImageSource.RecordIndex"},
     {"Image.OSD.Date=on", "", "1471+1 41+4 1472+64 41+4", "\3Gate %T\0"s, 1471, "Image.OSD"},
+    {"Image.OSD.Date=off", "", "1471+1 41+4 1472+64 41+4", "\2Gate\0"s, 1471, "Image.OSD"},
+    {"Event.Media.M1.Type=snapshot", "", "11359+1 41+4", "\1", 11359, "Event.Media"},
     {"General.UserID.U1.User=Ym9iOndvcmQ=,01000001", "", "321+32 41+4 481+32 41+4 579+1 41+4", "\0"s, 579, "General.UserID"},
     {"remove_stpf=1", "", "6179+1350", "\0\0\1\0"s, 6245, "StreamProfile.I1"},
     {"remove_userX=1", "i=2\ni=7\ni=12\n", "321+32 41+4 481+32 41+4 579+1 41+4", std::string(32, '\0'), 321, "General.UserID.U1"},
@@ -356,7 +363,7 @@ TEST(Message, WritesExactlyItsFields) {
     }
     const std::string query = "/bin/xmlcfg -g Image.OSD.";
     const std::string title = query + "Title /etc/device.conf 2>&1";
-    EXPECT_EQ(message.text != "Image.OSD.Date=on"
+    EXPECT_EQ(!message.text.starts_with("Image.OSD.Date=")
                   ? Actions()
                   : (Actions{title, title, query + "Alias /etc/device.conf 2>&1"}),
               camera.actions)
@@ -418,11 +425,11 @@ TEST(Message, GoesOnAfterRefusedTransfers) {
 
 TEST(Store, FindsTheFirstNetworkStorageServer) {
   const std::vector<std::tuple<const char*, const char*, int>> cases = {
-      {"0", "ns", -1}, {"4", "NS", 3}, {"3", "NS", -1}, {"9999999999", "ns", 1}};
+      {"0", "ns", -1}, {"6", "NS", 5}, {"5", "NS", -1}, {"9999999999", "ns", 1}};
   for (const auto& [count, type, index] : cases) {
     FitCamera({{"Event.Server.MaxCnt", count},
                {"Event.Server.S1.Type", type},
-               {"Event.Server.S3.Type", "ns"}});
+               {"Event.Server.S5.Type", "ns"}});
     EXPECT_EQ(0, Nv_FindNetworkStorageIndex());
     EXPECT_EQ(index, NsIndex);
   }

@@ -61,10 +61,10 @@ TEST(ListInstance, HasEveryChildAndAttributeOfItsTemplate) {
 
 TEST(ListInstance, TakesTheFirstFreeIndexUpToTheMaximum) {
   FitBareCamera();
-  SetParameter("Event.Server.S1.Type", "ftp");
-  EXPECT_EQ("NsIndex=0\nsave", Add(network_storage_list));
-  EXPECT_EQ("", Parameter("Event.Server.S0.Type"));
-  EXPECT_EQ("NsIndex=0\nsave", Add(network_storage_list)) << "saved all the same";
+  SetParameter("Event.Server.S0.Type", "ftp");
+  EXPECT_EQ("NsIndex=1\nsave", Add(network_storage_list));
+  EXPECT_EQ("", Parameter("Event.Server.S1.Type"));
+  EXPECT_EQ("NsIndex=1\nsave", Add(network_storage_list)) << "saved all the same";
   EXPECT_EQ("(none)", Parameter("Event.Server.S2.Type"));
 }
 
