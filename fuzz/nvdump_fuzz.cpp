@@ -49,9 +49,9 @@ bool HoldsPassword(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  log_is_silent = true;
   static const int file = memfd_create("image", 0);
   static const std::string factory = FileOf(memfd_create("factory", 0), FactoryImage());
-  log_is_silent = true;
   Options options{.command = "fuzz", .operands = {FileOf(file, ImageOf({data, size}))}};
   options.all = options.hex = options.is_long = true;
   for (options.json = false;; options.json = true) {

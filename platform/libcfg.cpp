@@ -9,7 +9,6 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
@@ -21,6 +20,7 @@
 #include <vector>
 
 #include "platform/file.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -128,23 +128,6 @@ bool HasNulReference(std::string_view text) {
   return false;
 }
 
-// The UTF-8 sequences: their first byte, their second, and how many bytes they have. The others
-// that one could put together are overlong, surrogates, or lie beyond U+10FFFF.
-struct Utf8Form {
-  std::uint8_t first_from, first_to, second_from, second_to, length;
-};
-constexpr std::array<Utf8Form, 9> utf8_forms = {{
-    {0x00, 0x7F, 0x00, 0x00, 1},
-    {0xC2, 0xDF, 0x80, 0xBF, 2},
-    {0xE0, 0xE0, 0xA0, 0xBF, 3},
-    {0xE1, 0xEC, 0x80, 0xBF, 3},
-    {0xED, 0xED, 0x80, 0x9F, 3},
-    {0xEE, 0xEF, 0x80, 0xBF, 3},
-    {0xF0, 0xF0, 0x90, 0xBF, 4},
-    {0xF1, 0xF3, 0x80, 0xBF, 4},
-    {0xF4, 0xF4, 0x80, 0x8F, 4},
-}};
-
 // Characters that XML has no way to write, not even as character references.
 bool IsForbidden(std::string_view character) {
   const auto first = static_cast<std::uint8_t>(character[0]);
@@ -152,22 +135,10 @@ bool IsForbidden(std::string_view character) {
          character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF";
 }
 
-// How many bytes the first character has, those that are missing at the text's end included; 0 when
-// it is none that XML can hold.
+// As Utf8_CharacterSize; 0 for what XML can't hold as well.
 std::size_t CharacterSize(std::string_view text) {
-  const auto first = static_cast<std::uint8_t>(text[0]);
-  const auto* form = std::find_if(utf8_forms.begin(), utf8_forms.end(), [first](const auto& each) {
-    return first >= each.first_from && first <= each.first_to;
-  });
-  if (form == utf8_forms.end()) return 0;
-  const std::string_view character = text.substr(0, form->length);
-  for (std::size_t i = 1; i < character.size(); ++i) {
-    const auto byte = static_cast<std::uint8_t>(character[i]);
-    if (byte < (i == 1 ? form->second_from : 0x80) || byte > (i == 1 ? form->second_to : 0xBF)) {
-      return 0;
-    }
-  }
-  return IsForbidden(character) ? 0 : form->length;
+  const std::size_t size = Utf8_CharacterSize(text);
+  return size > 0 && IsForbidden(text.substr(0, size)) ? 0 : size;
 }
 
 // What of a text goes into a file: all but a character that a cut left unfinished at the end.
