@@ -2,10 +2,15 @@
 # SPDX-License-Identifier: MIT
 # The unmodified daemon in simulated cameras, seen as a camera's other programs see it: the EEPROM,
 # device.conf, the socket, standard output, the pid file, the LED. Only what takes a real process.
-#
-# usage: camera_test.sh BUILD [CASE]   (default: every case; status 77: this host has no sandbox)
 set -eEu
 tests=$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")
+
+usage() { echo 'usage: camera_test.sh BUILD [CASE]   (default: every case; status 77: this host has no sandbox)'; }
+
+# shellcheck source=tools/common.sh
+. "$tests/../tools/common.sh"
+answer_help "$@"
+[[ -d ${1-} ]] || wrong_usage "'${1-}' is no build folder"
 build=$(realpath "$1")
 failures=0
 exec {silence}<> <(:) # to read from it with a timeout is a sleep that takes no process
@@ -316,6 +321,7 @@ if (($# == 1)); then
   declare -F | sed -n 's/.* test_//p' | xargs -n 1 "$0" "$build"
   exit
 fi
+[[ $# == 2 && $(type -t "test_$2") == function ]] || wrong_usage "unknown words: ${*:2}"
 "$tests/../camera/camera" sandbox || exit 77
 
 work=$(mktemp -d)
