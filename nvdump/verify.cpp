@@ -52,11 +52,13 @@ void Add(Complaints& complaints, const StoredSection& section, const std::string
   complaints.push_back({section.record.address, SectionName_At(section.position), "header", what});
 }
 
-void AddEnd(Complaints& complaints, const StoredSection& section, const std::string& why,
+// Returns false: the chain does not go on.
+bool AddEnd(Complaints& complaints, const StoredSection& section, const std::string& why,
             std::size_t first_lost) {
   Add(complaints, section,
       Format("the chain ends at %04x: %s; %zu sections out of reach", section.record.address,
              why.c_str(), chain_sections - first_lost));
+  return false;
 }
 
 // Where the chain goes from a section whose next address is another than it should be. Returns
@@ -68,18 +70,18 @@ bool FollowLink(const Image& image, const StoredSection& section, Complaints& co
     Add(complaints, section, Format("next address %04x behind the last section", next));
     return false;
   }
-  if (next == 0) return AddEnd(complaints, section, "next address 0", position), false;
+  if (next == 0) return AddEnd(complaints, section, "next address 0", position);
   const std::string link = Format("next address %04x ", next);
   if (position >= image.sections.size()) {
     const char* where = image.end == ChainStep::loop ? "leads back" : "leads out of the image";
-    return AddEnd(complaints, section, link + where, position), false;
+    return AddEnd(complaints, section, link + where, position);
   }
   const SectionType following = image.sections[position].record.type;
   if (following != Map_At(position).type) {
     const std::string what = Section_PayloadSize(following) == 0
                                  ? "leads to no section"
                                  : Format("leads to type %u", static_cast<unsigned>(following));
-    return AddEnd(complaints, section, link + what, position), false;
+    return AddEnd(complaints, section, link + what, position);
   }
   Add(complaints, section, link + Format("where %04x belongs", ExpectedNext(section)));
   return true;
@@ -90,7 +92,7 @@ std::size_t CheckChain(const Image& image, Complaints& complaints) {
   for (const StoredSection& section : image.sections) {
     const std::string fault = HeaderFault(section.record, Map_At(section.position).type);
     if (IsLost(section)) {
-      AddEnd(complaints, section, fault, section.position);
+      (void)AddEnd(complaints, section, fault, section.position);
       return section.position;
     }
     if (!fault.empty()) Add(complaints, section, fault);
