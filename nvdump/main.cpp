@@ -83,7 +83,7 @@ constexpr std::array option_rows = {
     OptionRow{'m', "markdown", "", "the reference page of all parameters; needs no source", &Options::markdown},
     OptionRow{'o', "output", "FILE", "where to write; -o as well", nullptr, &Options::output},
     OptionRow{'s', "secrets", "", "passwords as they are, not as ********", &Options::secrets},
-    OptionRow{'S', "section", "NAME", "only this section: id, ssdt, ... stpf0 to stpf3 or stpf, srin, srex", nullptr, &Options::section},
+    OptionRow{'S', "section", "NAME", "only this section: id, ssdt and so on; stpf is all four stream profiles", nullptr, &Options::section},
     OptionRow{'z', "size", "BYTES", "the chip's size; filled up with FF", nullptr, nullptr, &Options::size, 0x80000},
     OptionRow{'r', "source", "SOURCE", "where to get the values from", nullptr, &Options::source},
     OptionRow{'R', "strict", "", "refuse what will not come back as it is", &Options::strict},

@@ -53,14 +53,19 @@ json() {
 if [[ ${2-} == update ]]; then (json) >tests/golden/nvdump.json; fi
 same JSON "$(<tests/golden/nvdump.json)" "$(json)"
 
+# The image as its description has it: how many sections, the last one's address and name, the size.
+read -r sections last last_name size < <(awk -F ' *[|] *' '
+  $6 == "end" { print count, address, name, $2 }
+  NF == 8 && $3 ~ /^[0-9A-F]+$/ { ++count; address = $2; name = $5 }' docs/eeprom-image.md)
+
 # --- what verify finds: the bytes that are changed, and the lines ---
 
-same 'factory image' '14 sections, 0 findings' "$(nvdump verify "$work/image")"
+same 'factory image' "$sections sections, 0 findings" "$(nvdump verify "$work/image")"
 while IFS='|' read -r bytes expected; do
   # shellcheck disable=SC2086
   damage $bytes
   same "verify $bytes" "$(tr '|' '\n' <<<"$expected")" "$(nvdump verify "$work/damaged" | sed '$d' || true)"
-done <<'EOF_DAMAGES'
+done <<EOF_DAMAGES
 0:4d465400|0000: id header: the I/O board is in the factory's test set-up
 4:02|0000: id header: no finished identification: the next start fills the EEPROM anew
 39:ff|0000: id header: no finished identification: the next start fills the EEPROM anew
@@ -69,14 +74,14 @@ done <<'EOF_DAMAGES'
 45:0000004d|002d: ssdt header: unknown type 77
 45:00000003|002d: ssdt header: type 3 where 1 belongs
 49:02|002d: ssdt header: version 2
-50:00000246|002d: ssdt header: the chain ends at 002d: next address 0246 leads to type 3; 12 sections out of reach
-4834:00001d69|12dd: stpf0 header: next address 1d69 where 1823 belongs|27f5: stpf3 header: type 9 where 8 belongs|27f5: stpf3 header: the chain ends at 27f5: next address 2ac8 leads to type 10; 2 sections out of reach
-6179:ffffffffffffffffff|1823: stpf1 header: the chain ends at 1823: unknown type 4294967295; 5 sections out of reach
-6184:0000ffff|1823: stpf1 header: the chain ends at 1823: next address ffff leads out of the image; 4 sections out of reach
-6184:00000000|1823: stpf1 header: the chain ends at 1823: next address 0; 4 sections out of reach
-6184:0000002d|1823: stpf1 header: the chain ends at 1823: next address 002d leads back; 4 sections out of reach
-6184:00001830|1823: stpf1 header: the chain ends at 1823: next address 1830 leads to no section; 4 sections out of reach
-10957:00000100|2ac8: srex header: next address 0100 behind the last section
+50:00000246|002d: ssdt header: the chain ends at 002d: next address 0246 leads to type 3; $((sections - 2)) sections out of reach
+4834:00001d69|12dd: stpf0 header: next address 1d69 where 1823 belongs|27f5: stpf3 header: type 9 where 8 belongs|27f5: stpf3 header: the chain ends at 27f5: next address 2ac8 leads to type 10; $((sections - 12)) sections out of reach
+6179:ffffffffffffffffff|1823: stpf1 header: the chain ends at 1823: unknown type 4294967295; $((sections - 9)) sections out of reach
+6184:0000ffff|1823: stpf1 header: the chain ends at 1823: next address ffff leads out of the image; $((sections - 10)) sections out of reach
+6184:00000000|1823: stpf1 header: the chain ends at 1823: next address 0; $((sections - 10)) sections out of reach
+6184:0000002d|1823: stpf1 header: the chain ends at 1823: next address 002d leads back; $((sections - 10)) sections out of reach
+6184:00001830|1823: stpf1 header: the chain ends at 1823: next address 1830 leads to no section; $((sections - 10)) sections out of reach
+$((last + 5)):00000100|$(printf %04x "$last"): $last_name header: next address 0100 behind the last section
 54:4d|0036: ssdt ssdt_format: no rule knows the number 77
 578:03|0242: sssc sssc_group_2: no rule knows the number 3
 592:4141414141414141414141414141414141414141414141414141414141414141|0250: ssnt ssnt_addr: no terminator
@@ -121,7 +126,7 @@ done <<'EOF_STATUS'
 2|map --from x image
 EOF_STATUS
 same 'copy' '' "$(cmp "$work/image" "$work/copy" 2>&1)"
-same 'padded' '32768 0' "$(stat -c %s "$work/padded") $(tail -c +12075 "$work/padded" | tr -d '\377' | wc -c)"
+same 'padded' '32768 0' "$(stat -c %s "$work/padded") $(tail -c +$((size + 1)) "$work/padded" | tr -d '\377' | wc -c)"
 same 'a refused build' '' "$(ls "$work/new" 2>/dev/null || true)"
 same 'a broken pipe' '' "$(nvdump list "$work/image" | true; cat "$work/said")"
 same 'a control character' '\x1b' "$(damage 592:1b00 && nvdump get --source "$work/damaged" General.Network.eth0.IPAddress | cut -c 1-4)"

@@ -226,8 +226,7 @@ TEST(Conversion, TouchesNothingButItsField) {
     }
   }
   SectionRecord record;
-  record.type = SectionType{11};
-  EXPECT_EQ("No support section type 11\n", OutputOf([&] {
+  EXPECT_EQ("No support section type 0\n", OutputOf([&] {
               ValueSlots slots{};
               EXPECT_EQ(-1, Param_ConfigToSection(slots, "ssdt_format", record, 0, byte_field));
             }));
