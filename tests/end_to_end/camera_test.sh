@@ -259,12 +259,14 @@ test_reset_button() {
   new_start
   camera set General.System.HTTPPort 8080
   camera stop
-  sed -i '/^set -eu/a od -A n -t x1 -N 4 /dev/i2c-1 >/mnt/header\nsleep 2' "$state/bin/restore"
+  sed -i '/^set -eu/a od -A n -t x1 -N 4 /dev/i2c-1 >/mnt/header\nuntil [ -e /mnt/go ]; do sleep 0.1; done' \
+    "$state/bin/restore"
   camera board --button 63
   camera button hold
   camera start
   expect log 'Reset detected, clear EEPROM...' "$(camera log)"
   expect 'LED during the reset' '* [45] ' "$(led_changes 4)"
+  touch "$state/mnt/go"
   wait_for is_stored 0 5350 # the identification is written last
   expect 'start of the image during the reset' ' 00 00 00 00' "$(<"$state/mnt/header")"
   expect 'LED after the reset' '[23] [89] ' "$(led_changes 2)"
