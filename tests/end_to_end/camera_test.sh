@@ -128,6 +128,8 @@ test_change_and_save() {
   expect 'age of the time stamp' '[0-9]' $(($(date +%s) - 16#$(bytes 41 4)))
   cmp "$state/conf" - <&"$reader" # whoever reads meanwhile sees the old file, whole
   expect 'files and modes' 'device.conf 640' "$(find "$state/etc" -type f -printf '%f %m')"
+  camera set StreamProfile.I0.Video.Name $'caf\303'
+  expect 'text that was cut in a character' 63616600 "$(bytes 4838 4)"
   camera set Image.OSD.Title off
   expect 'text for both paths of its row' '%T*' "$(text 1472 2)"
 
@@ -140,7 +142,8 @@ test_change_and_save() {
     # shellcheck disable=SC2086 # several words
     expect_end 1 $'?!(*\n*)' camera exec xmlcfg $words
   done
-  expect_end 0 'PTZ.Speed.ZoomSpeed=?*' camera exec xmlcfg -l '*.Zoom*eed' - <"$state/etc/device.conf"
+  sed '1i no XML' "$state/etc/device.conf" >"$state/conf"
+  { read -r && expect_end 0 'PTZ.Speed.ZoomSpeed=?*' camera exec xmlcfg -l '*.Zoom*eed' -; } <"$state/conf"
   expect_end 0 '*128*, not 129' camera set Image.OSD.Alias "$(printf 'x%.0s' {1..113})"
   camera exec xmlcfg -s General.System.HTTPPort 81 /opt/factory/device.conf
   echo precious >"$state/victim"
@@ -194,6 +197,8 @@ test_crowds() {
   wait_for is_stored 753 0058
   leave
   crowd 25 ''
+  expect_end 1 '*has not read it*' camera notify General.System.HTTPPort=90
+  expect_end 0 '*has not read it*' camera exec xmlcfg -s General.System.HTTPPort 90 /etc/device.conf
   leave
   camera set General.System.HTTPPort 89
   expect 'stored port, descriptors' "0059 $before" "$(bytes 753 2) $(descriptors)"
