@@ -144,8 +144,8 @@ TEST(LibcfgFile, SavesItsOwnChangesOnly) {
     folder.Write("device.conf", theirs);
     if (theirs.empty()) std::filesystem::remove(file.path);
     EXPECT_EQ(result, file.Save()) << expected;
-    EXPECT_EQ(result, file.Save()) << "and again: " << expected;
     EXPECT_EQ(expected, folder.Read("device.conf"));
+    EXPECT_EQ(result, file.Save()) << "and again: " << expected;
   }
 }
 
