@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <compare>
 #include <cstdint>
 #include <cstring>
 #include <list>
@@ -18,6 +17,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -39,7 +39,10 @@ struct Change {
   pugi::xml_node element;
   pugi::xml_attribute attribute;
 
-  std::strong_ordering operator<=>(const Change&) const = default;
+  bool operator<(const Change& other) const {
+    return std::tie(kind, element, attribute) <
+           std::tie(other.kind, other.element, other.attribute);
+  }
 };
 
 struct LoadedFile {
