@@ -23,21 +23,6 @@ ImageState StateOf(const Image& image) {
   return is_erased ? ImageState::blank : ImageState::unfinished;
 }
 
-// As far as the table has sections and one more, which shows that the chain goes on; what lies
-// outside of the bytes is no section.
-void ReadSections(Image& image) {
-  ChainWalk walk;
-  do {
-    StoredSection section;
-    section.position = walk.position;
-    section.record.address = walk.address;
-    section.is_readable = EEprom_ReadSection(on_memory, section.record) == 0;
-    image.sections.push_back(std::move(section));
-    image.end = Chain_Advance(walk, image.sections.back().record.next_address);
-  } while (image.end == ChainStep::next && walk.position <= chain_sections &&
-           walk.address < image.bytes.size());
-}
-
 // Whether the bytes hold a password in an image whose sections lie in their places.
 bool IsSecretPlace(std::size_t address, std::size_t size) {
   for (std::size_t position = 0; position < chain_sections; ++position) {
@@ -50,6 +35,22 @@ bool IsSecretPlace(std::size_t address, std::size_t size) {
     }
   }
   return false;
+}
+
+// As far as the table has sections and one more, which shows that the chain goes on; what lies
+// outside of the bytes is no section.
+void ReadSections(Image& image) {
+  ChainWalk walk;
+  do {
+    StoredSection section;
+    section.position = walk.position;
+    section.record.address = walk.address;
+    section.is_secret = IsSecretPlace(walk.address, SECTION_HEADER_SIZE);
+    section.is_readable = EEprom_ReadSection(on_memory, section.record) == 0;
+    image.sections.push_back(std::move(section));
+    image.end = Chain_Advance(walk, image.sections.back().record.next_address);
+  } while (image.end == ChainStep::next && walk.position <= chain_sections &&
+           walk.address < image.bytes.size());
 }
 
 void AddFields(const StoredSection& section, std::vector<StoredField>& fields) {

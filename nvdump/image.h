@@ -15,6 +15,7 @@ struct StoredSection {
   std::size_t position = 0;  // in the chain
   SectionRecord record;      // as the daemon reads it
   bool is_readable = false;  // else the daemon passes it over
+  bool is_secret = false;    // its header's bytes are part of a password
 };
 
 struct Image {

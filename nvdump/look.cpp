@@ -12,14 +12,18 @@
 
 namespace {
 
-Json SectionJson(const StoredSection& section) {
-  const auto& [position, record, is_readable] = section;
-  return {{"section", SectionName_At(position)},
+Json SectionJson(const StoredSection& section, const Options& options) {
+  const SectionRecord& record = section.record;
+  const auto shown = [hides = section.is_secret && !options.secrets](std::uint32_t number) -> Json {
+    if (hides) return nullptr;
+    return number;
+  };
+  return {{"section", SectionName_At(section.position)},
           {"address", record.address},
-          {"type", static_cast<std::uint32_t>(record.type)},
-          {"version", record.version},
-          {"next_address", record.next_address},
-          {"readable", is_readable}};
+          {"type", shown(static_cast<std::uint32_t>(record.type))},
+          {"version", shown(record.version)},
+          {"next_address", shown(record.next_address)},
+          {"readable", section.is_readable}};
 }
 
 std::string InfoText(const Image& image, const char* state, long sections) {
@@ -105,7 +109,7 @@ int Info(const Options& options, std::string& out) {
   json["last_change"] = image.time;
   json["sections"] = Json::array();
   for (const StoredSection& section : image.sections) {
-    json["sections"].push_back(SectionJson(section));
+    json["sections"].push_back(SectionJson(section, options));
   }
   out += Json_Text(json);
   return exit_fine;

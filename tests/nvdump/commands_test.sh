@@ -122,8 +122,9 @@ same 'a control character' '\x1b' "$(damage 592:1b00 && nvdump get --source "$wo
 
 # --- passwords: as they are, in base64 and in hex; in a broken image, too ---
 
-for command in list 'list --long --all' 'map --hex' 'map --hex --json' 'list --json --long' verify 'diff blank'; do
-  for bytes in 0:53 248:ff 50:00000246; do
+for command in list 'list --long --all' 'map --hex' 'map --hex --json' 'list --json --long' verify 'diff blank' \
+  'info --json'; do
+  for bytes in 0:53 248:ff 50:00000246 50:00002c3d 50:000001c1; do
     damage "$bytes"
     # shellcheck disable=SC2086
     (cd "$work" && nvdump $command damaged >out) || true
