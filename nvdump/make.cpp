@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 // What is written to files: build, extract, dump.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -20,13 +24,22 @@ namespace {
 
 void CheckOutput(const Options& options) {
   if (options.output.empty()) throw Failure("where to? -o FILE");
-  if (options.force || !File_Exists(options.output.c_str())) return;
-  throw Failure(options.output + " exists; --force replaces it");
+  struct stat status {};
+  if (stat(options.output.c_str(), &status) != 0) return;
+  if (!S_ISREG(status.st_mode)) throw Failure(options.output + " is no regular file");
+  if (!options.force) throw Failure(options.output + " exists; --force replaces it");
 }
 
+// A new file holds passwords, so it is its owner's only; one that is there keeps its mode.
 void Write(const Options& options, const std::string& content) {
-  if (File_Replace(options.output.c_str(), content) == 0) return;
-  throw Failure(options.output + ": write: " + std::strerror(errno));
+  const char* path = options.output.c_str();
+  const int fd = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (fd >= 0) (void)close(fd);
+  const bool may_replace = fd >= 0 || (options.force && errno == EEXIST);
+  if (may_replace && File_Replace(path, content) == 0) return;
+  const int error = errno;
+  if (fd >= 0) (void)unlink(path);
+  throw Failure(options.output + ": write: " + std::strerror(error));
 }
 
 // The time that the image tells; a build that is to be the same again names it.

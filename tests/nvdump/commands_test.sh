@@ -109,13 +109,14 @@ done <<'EOF_STATUS'
 2|info no/such
 2|list --device nowhere
 2|build -o copy conf
+2|build -o /dev/full --force conf
 2|build -o new --strict conf
 2|build -o new blank
 2|build -o no/such/folder conf
 2|map --from x image
 EOF_STATUS
 same 'copy' '' "$(cmp "$work/image" "$work/copy" 2>&1)"
-same 'padded' '32768 0' "$(stat -c %s "$work/padded") $(tail -c +12075 "$work/padded" | tr -d '\377' | wc -c)"
+same 'padded' '600 32768 0' "$(stat -c '%a %s' "$work/padded") $(tail -c +12075 "$work/padded" | tr -d '\377' | wc -c)"
 same 'a refused build' '' "$(ls "$work/new" 2>/dev/null || true)"
 same 'a broken pipe' '' "$(nvdump list "$work/image" | true; cat "$work/said")"
 same 'a control character' '\x1b' "$(damage 592:1b00 && nvdump get --source "$work/damaged" General.Network.eth0.IPAddress | cut -c 1-4)"
