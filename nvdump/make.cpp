@@ -9,7 +9,6 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <map>
 
 #include "nvdump/apply.h"
@@ -84,26 +83,6 @@ std::string ChangeText(const ParameterChange& change, bool shows_secrets) {
   return text + (remark != nullptr ? std::string(" (") + remark + ")" : "") + "\n";
 }
 
-// A copy of a configuration in a folder of its own, where it is changed and saved as the daemon
-// does with its own.
-struct WorkingCopy {
-  std::string folder = std::filesystem::temp_directory_path() / "nvdump.XXXXXX";
-  std::string path;
-
-  explicit WorkingCopy(const std::string& content) {
-    if (mkdtemp(folder.data()) == nullptr) throw Failure(folder + ": " + std::strerror(errno));
-    path = folder + "/device.conf";
-    if (File_Replace(path.c_str(), content) != 0)
-      throw Failure(path + ": write: " + std::strerror(errno));
-  }
-  ~WorkingCopy() {
-    std::error_code ignored;  // there is nobody to tell
-    std::filesystem::remove_all(folder, ignored);
-  }
-  WorkingCopy(const WorkingCopy&) = delete;
-  WorkingCopy& operator=(const WorkingCopy&) = delete;
-};
-
 }  // namespace
 
 int Build(const Options& options, std::string& /*out*/) {
@@ -129,18 +108,21 @@ int Extract(const Options& options, std::string& out) {
   if (options.config.empty()) throw Failure("into which configuration? --config BASE");
   if (!options.output.empty()) CheckOutput(options);
   const Image image = Source_Open(options, options.operands);
+  const WorkingCopy copy(Source_Read(options.config));
+  const ConfigFile config = Source_OpenConfig(copy, options.config);
   if (image.state != ImageState::filled) {
     Say(image.name + ": " + State_Name(image.state) + ": a start takes nothing from it");
     return exit_finds;
   }
+  if (Image_IsForeign(image)) {
+    Say(options.config + " is taken as just reset: the image is of another product");
+  }
   if (options.output.empty()) {
-    const ConfigFile config = Source_OpenConfig(options.config);
     const std::vector<ParameterChange> changes = Apply(image, config, options.templates);
     for (const ParameterChange& change : changes) out += ChangeText(change, options.secrets);
     return changes.empty() ? exit_fine : exit_finds;
   }
-  const WorkingCopy copy(Source_Read(options.config));
-  (void)Apply(image, Source_OpenConfig(copy.path), options.templates, copy.path);
+  (void)Apply(image, config, options.templates, copy.path);
   Write(options, Source_Read(copy.path));
   return exit_fine;
 }

@@ -211,8 +211,17 @@ Complaint ChangeComplaint(const ParameterChange& change, const StoredParameter* 
   return complaint;
 }
 
-void CheckConfig(const Image& image, const Options& options, Complaints& complaints) {
-  const ConfigFile config = Source_OpenConfig(options.config);
+void CheckProduct(const Image& image, Complaints& complaints) {
+  if (!Image_IsForeign(image)) return;
+  const std::string_view own = Slot_Text(product_number);
+  complaints.push_back({SECTION_HEADER_SIZE + identification_id.offset, "id", "id",
+                        image.product + " here, " + std::string(own.empty() ? "none" : own) +
+                            " in the configuration: the next start resets it"});
+}
+
+void CheckConfig(const Image& image, const ConfigFile& config, const Options& options,
+                 Complaints& complaints) {
+  CheckProduct(image, complaints);
   const std::vector<StoredParameter> parameters = Image_Parameters(image);
   for (const ParameterChange& change : Apply(image, config, options.templates)) {
     const auto stored = std::ranges::find_if(parameters, [&change](const StoredParameter& each) {
@@ -256,6 +265,8 @@ Json ComplaintJson(const Complaint& complaint) {
 
 int Verify(const Options& options, std::string& out) {
   const Image image = Source_Open(options, options.operands);
+  ConfigFile config;
+  if (!options.config.empty()) config = Source_OpenConfig(options.config);
   Complaints complaints;
   std::size_t reach = 0;
   if (const char* fault = StateFault(image.state)) {
@@ -264,7 +275,7 @@ int Verify(const Options& options, std::string& out) {
     reach = CheckChain(image, complaints);
     CheckSize(image, complaints);
     CheckFields(image, reach, complaints);
-    if (!options.config.empty()) CheckConfig(image, options, complaints);
+    if (config.root != nullptr) CheckConfig(image, config, options, complaints);
   }
   if (options.json) {
     Json json = Json_Head(options.command, image);

@@ -104,6 +104,8 @@ done <<'EOF_STATUS'
 1|extract --config conf blank
 2|
 2|frobnicate
+2|verify --config no/such blank
+2|diff - -
 2|info --strict image
 2|diff image
 2|info no/such
@@ -155,6 +157,8 @@ sed -e 's/NVC-2400/OTHER-1/' -e 's/1920x1080@30</1280x720@10</' \
 cp "$work/base" "$conf"
 cp "$work/base" "$work/camera/factory/device.conf"
 start_and_stop
+same 'another product' '0009: id id: NVC-2400 here, OTHER-1 in the configuration: the next start resets it' \
+  "$(nvdump verify --config - "$work/built" <"$work/base" | head -n 1 || true)"
 nvdump extract --config "$work/base" --templates camera/template -o "$work/extracted" "$work/built"
 same 'a restore' '' "$(cmp "$work/extracted" "$conf" 2>&1)"
 ! cmp -s "$work/base" "$conf" || same 'a restore' 'a change' 'none'
