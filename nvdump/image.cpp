@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "nvdump/image.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <array>
 
@@ -157,6 +159,19 @@ bool IsPath(std::string_view table_path, const std::string& path) {
          path == Nv_FormatPath(table_path, index).data();
 }
 
+bool FitsPattern(const std::string& table_path, const std::string& pattern) {
+  constexpr int most_instances = 100;  // that a pattern is tried on
+  if (fnmatch(pattern.c_str(), table_path.c_str(), 0) == 0 || IsPath(table_path, pattern)) {
+    return true;
+  }
+  if (table_path.find("%d") == std::string::npos) return false;
+  for (int index = 0; index < most_instances; ++index) {
+    const PathText path = Nv_FormatPath(table_path, index);
+    if (fnmatch(pattern.c_str(), path.data(), 0) == 0) return true;
+  }
+  return false;
+}
+
 bool IsSecretPath(std::string_view path) {
   const std::string text(path);
   return std::ranges::any_of(section_maps, [&text](const SectionMap& map) {
@@ -169,4 +184,9 @@ bool IsSecretPath(std::string_view path) {
 std::string SectionName_At(std::size_t position) {
   if (position >= chain_sections) return Format("#%zu", position);
   return std::string(section_names.at(position).prefix);
+}
+
+bool IsSection(const std::string& name, std::string_view wanted) {
+  const std::size_t without_number = name.find_last_not_of("0123456789") + 1;
+  return wanted.empty() || name == wanted || name.substr(0, without_number) == wanted;
 }

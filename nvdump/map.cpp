@@ -222,6 +222,7 @@ std::string SectionMarkdown(std::size_t position) {
 }  // namespace
 
 int Map(const Options& options, std::string& out) {
+  if (options.markdown && options.json) throw Failure("--markdown and --json exclude each other");
   if (options.markdown) {
     out += page_head;
     for (std::size_t position = 1; position < chain_sections; ++position) {
@@ -234,7 +235,7 @@ int Map(const Options& options, std::string& out) {
   std::erase_if(entries, [&options](const Entry& entry) {
     return entry.address + entry.size <= options.from ||
            entry.address - std::min(options.from, entry.address) >= options.count ||
-           !entry.section.starts_with(options.section);
+           !IsSection(entry.section, options.section);
   });
   if (!options.json) {
     for (const Entry& entry : entries) out += EntryText(image, entry, options);

@@ -99,7 +99,8 @@ done <<'EOF_STATUS'
 0|list --device image General.*
 1|diff image blank
 1|get --source image General.System.HTTPPort no.such
-1|list image no.such
+1|list image no.such General.*
+0|list image Event.Server.S1.*
 1|verify blank
 1|extract --config conf blank
 2|
@@ -116,7 +117,10 @@ done <<'EOF_STATUS'
 2|build -o new blank
 2|build -o no/such/folder conf
 2|map --from x image
+2|map --section ss image
 EOF_STATUS
+same 'options of the man page' "$(nvdump --help | grep -oE '^  --[a-z]+' | tr -d ' ' | sort)" \
+  "$(sed -n '/^.Sh OPTIONS/,/^.El/p' packaging/nvdump.1 | sed -n 's/^.It//p' | grep -oE -- 'Fl -[a-z]+' | sed 's/Fl /-/' | sort)"
 same 'copy' '' "$(cmp "$work/image" "$work/copy" 2>&1)"
 same 'padded' '600 32768 0' "$(stat -c '%a %s' "$work/padded") $(tail -c +12075 "$work/padded" | tr -d '\377' | wc -c)"
 same 'a refused build' '' "$(ls "$work/new" 2>/dev/null || true)"
