@@ -110,31 +110,39 @@ done <<'EOF_STATUS'
 0|list --device image General.*
 1|diff image blank
 1|get --source image General.System.HTTPPort no.such
-1|list image no.such
+1|list image no.such General.*
+0|list image Event.Server.S1.*
 1|verify blank
 1|extract --config conf blank
 2|
 2|frobnicate
+2|verify --config no/such blank
+2|diff - -
 2|info --strict image
 2|diff image
 2|info no/such
 2|list --device nowhere
 2|build -o copy conf
+2|build -o /dev/full --force conf
 2|build -o new --strict conf
 2|build -o new blank
 2|build -o no/such/folder conf
 2|map --from x image
+2|map --section ss image
 EOF_STATUS
+same 'options of the man page' "$(nvdump --help | grep -oE '^  --[a-z]+' | tr -d ' ' | sort)" \
+  "$(sed -n '/^.Sh OPTIONS/,/^.El/p' packaging/nvdump.1 | sed -n 's/^.It//p' | grep -oE -- 'Fl -[a-z]+' | sed 's/Fl /-/' | sort)"
 same 'copy' '' "$(cmp "$work/image" "$work/copy" 2>&1)"
-same 'padded' '32768 0' "$(stat -c %s "$work/padded") $(tail -c +$((size + 1)) "$work/padded" | tr -d '\377' | wc -c)"
+same 'padded' '600 32768 0' "$(stat -c '%a %s' "$work/padded") $(tail -c +$((size + 1)) "$work/padded" | tr -d '\377' | wc -c)"
 same 'a refused build' '' "$(ls "$work/new" 2>/dev/null || true)"
 same 'a broken pipe' '' "$(nvdump list "$work/image" | true; cat "$work/said")"
 same 'a control character' '\x1b' "$(damage 592:1b00 && nvdump get --source "$work/damaged" General.Network.eth0.IPAddress | cut -c 1-4)"
 
 # --- passwords: as they are, in base64 and in hex; in a broken image, too ---
 
-for command in list 'list --long --all' 'map --hex' 'map --hex --json' 'list --json --long' verify 'diff blank'; do
-  for bytes in 0:53 248:ff 50:00000246; do
+for command in list 'list --long --all' 'map --hex' 'map --hex --json' 'list --json --long' verify 'diff blank' \
+  'info --json'; do
+  for bytes in 0:53 248:ff 50:00000246 50:00002c3d 50:000001c1; do
     damage "$bytes"
     # shellcheck disable=SC2086
     (cd "$work" && nvdump $command damaged >out) || true
@@ -164,6 +172,8 @@ sed -e 's/NVC-2400/OTHER-1/' -e 's/1920x1080@30</1280x720@10</' \
 cp "$work/base" "$conf"
 cp "$work/base" "$work/camera/factory/device.conf"
 start_and_stop
+same 'another product' '0009: id id: NVC-2400 here, OTHER-1 in the configuration: the next start resets it' \
+  "$(nvdump verify --config - "$work/built" <"$work/base" | head -n 1 || true)"
 nvdump extract --config "$work/base" --templates camera/template -o "$work/extracted" "$work/built"
 same 'a restore' '' "$(cmp "$work/extracted" "$conf" 2>&1)"
 ! cmp -s "$work/base" "$conf" || same 'a restore' 'a change' 'none'
