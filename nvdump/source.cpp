@@ -94,9 +94,9 @@ WorkingCopy::WorkingCopy(const std::string& content)
   if (mkdtemp(folder.data()) == nullptr) throw Failure(folder + ": " + std::strerror(errno));
   path = folder + "/device.conf";
   if (File_Replace(path.c_str(), content) == 0) return;
-  const Failure failure(path + ": write: " + std::strerror(errno));
+  const std::string why = path + ": write: " + std::strerror(errno);
   (void)rmdir(folder.c_str());
-  throw failure;
+  throw Failure(why);
 }
 
 WorkingCopy::~WorkingCopy() {
