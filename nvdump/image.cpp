@@ -25,18 +25,29 @@ ImageState StateOf(const Image& image) {
   return is_erased ? ImageState::blank : ImageState::unfinished;
 }
 
-// Whether the bytes hold a password in an image whose sections lie in their places.
-bool IsSecretPlace(std::size_t address, std::size_t size) {
+struct Place {
+  std::size_t begin;
+  std::size_t end;
+};
+
+// Where the passwords are in an image whose sections lie in their places.
+std::vector<Place> SecretPlaces() {
+  std::vector<Place> places;
   for (std::size_t position = 0; position < chain_sections; ++position) {
     std::size_t at = Map_Address(position) + SECTION_HEADER_SIZE;
     for (const Field& field : Map_At(position).fields) {
-      if (field.format.is_secret && at < address + size && address < at + field.format.size) {
-        return true;
-      }
+      if (field.format.is_secret) places.push_back({at, at + field.format.size});
       at += field.format.size;
     }
   }
-  return false;
+  return places;
+}
+
+bool IsSecretPlace(std::size_t address, std::size_t size) {
+  static const std::vector<Place> places = SecretPlaces();
+  return std::ranges::any_of(places, [=](const Place& place) {
+    return place.begin < address + size && address < place.end;
+  });
 }
 
 // As far as the table has sections and one more, which shows that the chain goes on; what lies
