@@ -30,9 +30,8 @@ std::vector<std::uint8_t> ImageOf(std::span<const std::uint8_t> input) {
   return image;
 }
 
-// A file with these bytes, without a disk.
-std::string FileOf(const std::vector<std::uint8_t>& bytes) {
-  static const int file = memfd_create("image", 0);
+// Puts bytes into a file, without a disk. Returns its name.
+std::string FileOf(int file, const std::vector<std::uint8_t>& bytes) {
   const bool written = ftruncate(file, 0) == 0 && pwrite(file, bytes.data(), bytes.size(), 0) ==
                                                       static_cast<ssize_t>(bytes.size());
   if (!written) std::abort();
@@ -51,12 +50,14 @@ bool HoldsPassword(const std::string& text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   log_is_silent = true;
-  Options options{.command = "fuzz", .operands = {FileOf(ImageOf({data, size}))}};
+  static const int file = memfd_create("image", 0);
+  static const std::string factory = FileOf(memfd_create("factory", 0), FactoryImage());
+  Options options{.command = "fuzz", .operands = {FileOf(file, ImageOf({data, size}))}};
   options.all = options.hex = options.is_long = true;
   for (options.json = false;; options.json = true) {
     for (const auto command : {Info, List, Map, Verify, Diff}) {
       std::string out;
-      if (command == Diff) options.operands.emplace_back(CAMERA_FOLDER "/device.conf");
+      if (command == Diff) options.operands.push_back(factory);
       try {
         (void)command(options, out);
         if (options.json && !Json::accept(out)) std::abort();

@@ -11,6 +11,7 @@
 
 #include "eeprom/i2c_eeprom.h"
 #include "nvdump/options.h"
+#include "nvdump/output.h"
 #include "nvdump/text.h"
 #include "platform/host.h"
 #include "platform/i2c_memory.h"
@@ -135,28 +136,38 @@ std::vector<std::uint8_t> ReadRange(int fd, Range range) {
   return bytes;
 }
 
+void Forget(Range range) {
+  const std::size_t end = std::min<std::size_t>(range.address + range.size, largest_chip);
+  for (std::size_t at = range.address; at < end; ++at) reading.known[at] = false;
+}
+
 // Half of a value may have been there and half of another one. What reads the same twice, further
-// apart than a daemon takes to write it, is a value.
-void ReadUntilTrue(int fd, Range range, std::vector<std::uint8_t> before) {
+// apart than a daemon takes to write it, is a value. Returns whether it is the one that was there
+// before.
+bool ReadUntilTrue(int fd, Range range) {
   constexpr int most_attempts = 100;
+  auto before = ReadRange(fd, range);  // from memory, of the pass before
   for (int attempt = 0; attempt < most_attempts; ++attempt) {
-    reading.known.assign(largest_chip, false);
-    const std::vector<std::uint8_t> now = ReadRange(fd, range);
-    if (now == before) return;
+    Forget(range);
+    const auto now = ReadRange(fd, range);
+    if (now == before) return attempt == 0;
     before = now;
     Host_SleepMicroseconds((static_cast<unsigned>(range.size) + 4) * write_us_per_byte);
   }
   throw Failure(Format("read: address %04x changes faster than it can be read", range.address));
 }
 
+// Reads again until nothing has changed meanwhile, so that values of several fields are whole, too.
 void ReadBesideDaemon(int fd) {
+  constexpr int most_passes = 3;
   const std::vector<Range> ranges = ReadChain(fd);
-  Image first;
-  first.bytes = i2c_memory;
-  Host_SleepMicroseconds(longest_field * write_us_per_byte);
-  for (const Range range : ranges) {
-    ReadUntilTrue(fd, range, Image_Bytes(first, range.address, range.size));
+  for (int pass = 0; pass < most_passes; ++pass) {
+    bool is_still = true;
+    Host_SleepMicroseconds(longest_field * write_us_per_byte);
+    for (const Range range : ranges) is_still = ReadUntilTrue(fd, range) && is_still;
+    if (is_still) return;
   }
+  Say("a daemon keeps writing: each field is whole, but a parameter of several may be half old");
 }
 
 }  // namespace

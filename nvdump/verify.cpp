@@ -19,7 +19,7 @@ struct Complaint {
   std::string key;
   std::string what;
 };
-using Findings = std::vector<Complaint>;
+using Complaints = std::vector<Complaint>;
 
 // --- the chain -----------------------------------------------------------------------------------
 
@@ -48,53 +48,55 @@ std::string HeaderFault(const SectionRecord& record, SectionType expected) {
   return {};
 }
 
-void Add(Findings& findings, const StoredSection& section, const std::string& what) {
-  findings.push_back({section.record.address, SectionName_At(section.position), "header", what});
+void Add(Complaints& complaints, const StoredSection& section, const std::string& what) {
+  complaints.push_back({section.record.address, SectionName_At(section.position), "header", what});
 }
 
-void AddEnd(Findings& findings, const StoredSection& section, const std::string& why,
+// Returns false: the chain does not go on.
+bool AddEnd(Complaints& complaints, const StoredSection& section, const std::string& why,
             std::size_t first_lost) {
-  Add(findings, section,
+  Add(complaints, section,
       Format("the chain ends at %04x: %s; %zu sections out of reach", section.record.address,
              why.c_str(), chain_sections - first_lost));
+  return false;
 }
 
 // Where the chain goes from a section whose next address is another than it should be. Returns
 // whether it goes on.
-bool FollowLink(const Image& image, const StoredSection& section, Findings& findings) {
+bool FollowLink(const Image& image, const StoredSection& section, Complaints& complaints) {
   const std::uint32_t next = section.record.next_address;
   const std::size_t position = section.position + 1;
   if (position >= chain_sections) {
-    Add(findings, section, Format("next address %04x behind the last section", next));
+    Add(complaints, section, Format("next address %04x behind the last section", next));
     return false;
   }
-  if (next == 0) return AddEnd(findings, section, "next address 0", position), false;
+  if (next == 0) return AddEnd(complaints, section, "next address 0", position);
   const std::string link = Format("next address %04x ", next);
   if (position >= image.sections.size()) {
     const char* where = image.end == ChainStep::loop ? "leads back" : "leads out of the image";
-    return AddEnd(findings, section, link + where, position), false;
+    return AddEnd(complaints, section, link + where, position);
   }
   const SectionType following = image.sections[position].record.type;
   if (following != Map_At(position).type) {
     const std::string what = Section_PayloadSize(following) == 0
                                  ? "leads to no section"
                                  : Format("leads to type %u", static_cast<unsigned>(following));
-    return AddEnd(findings, section, link + what, position), false;
+    return AddEnd(complaints, section, link + what, position);
   }
-  Add(findings, section, link + Format("where %04x belongs", ExpectedNext(section)));
+  Add(complaints, section, link + Format("where %04x belongs", ExpectedNext(section)));
   return true;
 }
 
 // Returns how many sections are in reach.
-std::size_t CheckChain(const Image& image, Findings& findings) {
+std::size_t CheckChain(const Image& image, Complaints& complaints) {
   for (const StoredSection& section : image.sections) {
     const std::string fault = HeaderFault(section.record, Map_At(section.position).type);
     if (IsLost(section)) {
-      AddEnd(findings, section, fault, section.position);
+      (void)AddEnd(complaints, section, fault, section.position);
       return section.position;
     }
-    if (!fault.empty()) Add(findings, section, fault);
-    const bool goes_on = LeadsOn(section) || FollowLink(image, section, findings);
+    if (!fault.empty()) Add(complaints, section, fault);
+    const bool goes_on = LeadsOn(section) || FollowLink(image, section, complaints);
     if (!goes_on || section.position + 1 == chain_sections) return section.position + 1;
   }
   return image.sections.size();
@@ -150,7 +152,7 @@ std::string ConstantFault(const StoredField& stored) {
          Quoted(Field_Text(right), true) + " belongs";
 }
 
-void CheckFields(const Image& image, std::size_t reach, Findings& findings) {
+void CheckFields(const Image& image, std::size_t reach, Complaints& complaints) {
   for (const StoredField& stored : Image_Fields(image)) {
     const SectionRecord& record = stored.section->record;
     const bool is_whole = stored.address + stored.field->format.size <= image.bytes.size();
@@ -158,41 +160,49 @@ void CheckFields(const Image& image, std::size_t reach, Findings& findings) {
     if (stored.section->position >= reach || !is_whole || !is_in_place) continue;
     for (const std::string& fault : {ContentFault(stored), ConstantFault(stored)}) {
       if (fault.empty()) continue;
-      findings.push_back({stored.address, SectionName_At(stored.section->position),
-                          std::string(stored.field->key), fault});
+      complaints.push_back({stored.address, SectionName_At(stored.section->position),
+                            std::string(stored.field->key), fault});
     }
   }
 }
 
-void CheckSize(const Image& image, Findings& findings) {
+void CheckSize(const Image& image, Complaints& complaints) {
   std::size_t end = 0;
   for (const StoredField& stored : Image_Fields(image)) {
     end = std::max<std::size_t>(end, stored.address + stored.field->format.size);
   }
   if (end <= image.bytes.size()) return;
-  findings.push_back({static_cast<std::uint32_t>(image.bytes.size()), "", "",
-                      Format("the source ends here, %zu bytes early", end - image.bytes.size())});
+  complaints.push_back({static_cast<std::uint32_t>(image.bytes.size()), "", "",
+                        Format("the source ends here, %zu bytes early", end - image.bytes.size())});
 }
 
 // --- the configuration ---------------------------------------------------------------------------
 
-void CheckConfig(const Image& image, const Options& options, Findings& findings) {
+Complaint ChangeComplaint(const ParameterChange& change, const StoredParameter* stored,
+                          bool shows_secrets) {
+  const bool is_shown = shows_secrets || !IsSecretPath(change.path);
+  Complaint complaint;
+  if (stored != nullptr) {
+    complaint.address = stored->source.address;
+    complaint.section = SectionName_At(stored->source.section->position);
+    complaint.key = stored->source.field->key;
+  }
+  complaint.what = change.path + ": " +
+                   (change.before ? Quoted(*change.before, is_shown) : "missing") +
+                   " in the configuration, " + Quoted(change.after, is_shown) + " here";
+  if (change.remark != nullptr) complaint.what += std::string(" (") + change.remark + ")";
+  return complaint;
+}
+
+void CheckConfig(const Image& image, const Options& options, Complaints& complaints) {
   const ConfigFile config = Source_OpenConfig(options.config);
   const std::vector<StoredParameter> parameters = Image_Parameters(image);
-  for (const auto& [path, before, after, remark] : Apply(image, config, options.templates)) {
-    const bool is_shown = options.secrets || !IsSecretPath(path);
-    const auto stored = std::ranges::find_if(
-        parameters, [&](const StoredParameter& each) { return IsPath(each.path, path); });
-    Complaint finding;
-    if (stored != parameters.end()) {
-      finding.address = stored->source.address;
-      finding.section = SectionName_At(stored->source.section->position);
-      finding.key = stored->source.field->key;
-    }
-    finding.what = path + ": " + (before ? Quoted(*before, is_shown) : "missing") +
-                   " in the configuration, " + Quoted(after, is_shown) + " here";
-    if (remark != nullptr) finding.what += std::string(" (") + remark + ")";
-    findings.push_back(finding);
+  for (const ParameterChange& change : Apply(image, config, options.templates)) {
+    const auto stored = std::ranges::find_if(parameters, [&change](const StoredParameter& each) {
+      return IsPath(each.path, change.path);
+    });
+    complaints.push_back(
+        ChangeComplaint(change, stored == parameters.end() ? nullptr : &*stored, options.secrets));
   }
 }
 
@@ -210,18 +220,18 @@ const char* StateFault(ImageState state) {
   return nullptr;
 }
 
-std::string ComplaintText(const Complaint& finding) {
-  std::string place = finding.address ? Format("%04x: ", *finding.address) : "----: ";
-  if (!finding.section.empty()) place += finding.section + " " + finding.key + ": ";
-  return place + Painted(Colour::red, Escaped(finding.what)) + "\n";
+std::string ComplaintText(const Complaint& complaint) {
+  std::string place = complaint.address ? Format("%04x: ", *complaint.address) : "----: ";
+  if (!complaint.section.empty()) place += complaint.section + " " + complaint.key + ": ";
+  return place + Painted(Colour::red, Escaped(complaint.what)) + "\n";
 }
 
-Json ComplaintJson(const Complaint& finding) {
+Json ComplaintJson(const Complaint& complaint) {
   Json json = {{"address", nullptr}};
-  if (finding.address) json["address"] = *finding.address;
-  json["section"] = finding.section;
-  json["key"] = finding.key;
-  json["what"] = finding.what;
+  if (complaint.address) json["address"] = *complaint.address;
+  json["section"] = complaint.section;
+  json["key"] = complaint.key;
+  json["what"] = complaint.what;
   return json;
 }
 
@@ -229,25 +239,26 @@ Json ComplaintJson(const Complaint& finding) {
 
 int Verify(const Options& options, std::string& out) {
   const Image image = Source_Open(options, options.operands);
-  Findings findings;
+  Complaints complaints;
   std::size_t reach = 0;
   if (const char* fault = StateFault(image.state)) {
-    findings.push_back({0, "id", "header", fault});
+    complaints.push_back({0, "id", "header", fault});
   } else {
-    reach = CheckChain(image, findings);
-    CheckSize(image, findings);
-    CheckFields(image, reach, findings);
-    if (!options.config.empty()) CheckConfig(image, options, findings);
+    reach = CheckChain(image, complaints);
+    CheckSize(image, complaints);
+    CheckFields(image, reach, complaints);
+    if (!options.config.empty()) CheckConfig(image, options, complaints);
   }
   if (options.json) {
     Json json = Json_Head(options.command, image);
     json["sections"] = reach;
     json["findings"] = Json::array();
-    for (const Complaint& finding : findings) json["findings"].push_back(ComplaintJson(finding));
+    for (const Complaint& complaint : complaints)
+      json["findings"].push_back(ComplaintJson(complaint));
     out += Json_Text(json);
   } else {
-    for (const Complaint& finding : findings) out += ComplaintText(finding);
-    out += Format("%zu sections, %zu findings\n", reach, findings.size());
+    for (const Complaint& complaint : complaints) out += ComplaintText(complaint);
+    out += Format("%zu sections, %zu findings\n", reach, complaints.size());
   }
-  return findings.empty() ? exit_fine : exit_finds;
+  return complaints.empty() ? exit_fine : exit_finds;
 }

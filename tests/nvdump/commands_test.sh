@@ -1,11 +1,17 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# nvdump's commands on files, and beside the daemon in the simulated camera. Argument: the build folder,
-# and "update" to rewrite the golden JSON and the reference page.
+# nvdump's commands on files, and beside the daemon in the simulated camera.
 set -euo pipefail
-cd "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../.."
+root=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../..
 
+usage() { echo 'usage: commands_test.sh BUILD [update]   (update: rewrites the golden JSON and the reference page)'; }
+
+# shellcheck source=tools/common.sh
+. "$root/tools/common.sh"
+answer_help "$@"
+[[ -d ${1-} && ${2-update} == update && $# -le 2 ]] || wrong_usage 'a build folder is wanted'
 build=$(realpath "$1")
+cd "$root"
 work=$(mktemp -d)
 camera() { camera/camera --build "$build" --state "$work/camera" --timeout 60 "$@"; }
 trap 'camera kill >/dev/null 2>&1 || true; rm -rf "$work"' EXIT

@@ -85,6 +85,10 @@ std::size_t ChainLength() {
   return nodes;
 }
 
+void ExpectLines(std::initializer_list<std::string_view> lines, const std::string& output) {
+  for (const auto line : lines) EXPECT_NE(std::string::npos, output.find(line)) << output;
+}
+
 // Lines of "ADDRESS NAME BYTES... = VALUE"; "00*12" is a run of equal bytes.
 std::string GoldenBytes() {
   static const std::regex line_form(R"(\w{4}  (?:\[.*\]|\(.*\)|\S+) +([0-9a-f* ]+) = .*)");
@@ -109,7 +113,12 @@ const std::string whole_fill = "45+" + std::to_string(sections_size) + " 0+45";
 
 TEST(Image, OfTheFactoryConfigurationIsGolden) {
   FitFactoryCamera();
-  EXPECT_EQ(whole_fill, WrittenBy([] { (void)Start(); })) << "identification last";
+  std::string output;
+  const auto start = [] { EXPECT_EQ(identification_empty, StartDaemon()); };
+  EXPECT_EQ(whole_fill, WrittenBy([&] { output = OutputOf(start); })) << "identification last";
+  ExpectLines({"\neeprom is empty, starting eeprom initial...\nid=NVC-2400,time=16909060\n",
+               "\nSection Type=0xa,Section Version=0x1,next address=0x0\n"},
+              output);
   EXPECT_TRUE(GoldenBytes() == Stored(0, 41) + Stored(first_section, sections_size))
       << "see tools/update-golden";
   EXPECT_EQ("\1\2\3\4"sv, Stored(41, 4));
@@ -219,11 +228,9 @@ TEST(Start, RestoresTheModuleOfAnotherCamera) {
       "5347+64 41+4 6221+2 41+4 6223+2 41+4 6221+2 41+4 6223+2 41+4 8921+2 41+4 8923+2 41+4 "
       "6225+2 41+4 6228+2 41+4 8925+2 41+4 8928+2 41+4 0+45",
       WrittenBy([&] { output = OutputOf(start); }));
-  for (const char* lines :
-       {"\nsVal=8080,sDeviceVal=80\n", "\nzoom position change\n", "\nsave device.conf\n",
-        "=0x1d69\nsVal=640x480,sDeviceVal=1920x1080\nupdate section value\n"}) {
-    EXPECT_NE(std::string::npos, output.find(lines)) << output;
-  }
+  ExpectLines({"\nsVal=8080,sDeviceVal=80\n", "\nzoom position change\n", "\nsave device.conf\n",
+               "=0x1d69\nsVal=640x480,sDeviceVal=1920x1080\nupdate section value\n"},
+              output);
   EXPECT_EQ(
       (Actions{"restore", "sleep 3", "listen", "echo \"focus=-3\" >> /mnt/mtd/lens_position_change",
                "echo \"zoom=120\" >> /mnt/mtd/lens_position_change", "save", "save"}),
@@ -258,6 +265,13 @@ TEST(Clamp, NeedsLimitsAndComparesWidths) {
   EXPECT_EQ("1920x1080", Parameter("StreamProfile.I2.Video.Resolution"));
 }
 
+TEST(ReadBack, RestoresEveryResolutionWhereNoListIs) {
+  FitStartedCamera();
+  SetParameter("StreamProfile.I1.Video.Resolution", "640x480");
+  (void)ReadBack();
+  EXPECT_EQ("1920x1080", Parameter("StreamProfile.I1.Video.Resolution"));
+}
+
 TEST(ReadBack, EndsWhateverTheChainSays) {
   FitStartedCamera();
   const auto filled = camera.chip;
@@ -279,7 +293,7 @@ TEST(ReadBack, EndsWhateverTheChainSays) {
   for (const Case& each : cases) {
     camera.chip = filled;
     Store(each.address, each.bytes);
-    EXPECT_NE(std::string::npos, ReadBack().find(each.line)) << each.line;
+    ExpectLines({each.line}, ReadBack());
     EXPECT_EQ(each.sections, ChainLength()) << each.line;
   }
   // Every section type at every place of the chain: rows by position, payload by type.
