@@ -117,7 +117,7 @@ TEST(Image, OfTheFactoryConfigurationIsGolden) {
   const auto start = [] { EXPECT_EQ(identification_empty, StartDaemon()); };
   EXPECT_EQ(whole_fill, WrittenBy([&] { output = OutputOf(start); })) << "identification last";
   ExpectLines({"\neeprom is empty, starting eeprom initial...\nid=NVC-2400,time=16909060\n",
-               "\nSection Type=0xa,Section Version=0x1,next address=0x0\n"},
+               "Section Version=0x1,next address=0x0\n"},
               output);
   EXPECT_TRUE(GoldenBytes() == Stored(0, 41) + Stored(first_section, sections_size))
       << "see tools/update-golden";
