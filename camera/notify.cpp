@@ -9,9 +9,7 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 #include "platform/program.h"
 
@@ -41,11 +39,6 @@ int FailUsage() {
   return 2;
 }
 
-int Fail(const char* what) {
-  Program_Complain(what, std::strerror(errno));
-  return 1;
-}
-
 // False for an option that there is not; getopt has said so.
 bool Parse(int argc, char* argv[], Arguments& arguments) {
   for (int option = 0;
@@ -66,8 +59,10 @@ int Send(const Arguments& arguments, std::string_view message) {
     Program_Complain("message too long", lengths.c_str());
   }
   const int connection = Notify_Send(arguments.socket_path, message);
-  if (connection < 0) return Fail(arguments.socket_path);
-  if (arguments.waits && Notify_WaitForEnd(connection) != 0) return Fail("nvd does not hang up");
+  if (connection < 0 || (arguments.waits && Notify_WaitForEnd(connection, message.size()) != 0)) {
+    Program_Complain(arguments.socket_path, Notify_Reason());
+    return 1;
+  }
   (void)close(connection);
   return 0;
 }

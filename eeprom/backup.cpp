@@ -23,9 +23,6 @@ ValueSlots ReadRow(cfg_node* root, std::string_view row_paths) {
 
 }  // namespace
 
-// Transfers that are refused have been reported one by one; the rest of the image goes on, since an
-// image with a gap restores more than none.
-
 void Image_ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* root) {
   std::size_t offset = 0;
   for (const auto& [key, format, paths] : Map_Rows(map)) {
@@ -47,6 +44,8 @@ void Image_WriteSection(int fd, cfg_node* root, std::size_t position, SectionTyp
   }
   Image_ConvertRows(Map_At(position), record, root);
   if (IsLastInChain(position)) record.next_address = 0;
+  // Transfers that are refused have been reported one by one; the rest of the image goes on, since
+  // an image with a gap restores more than none.
   (void)EEprom_WriteSection(fd, record);
   record.data.clear();
 }

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr long most_reads = 5'000'000;  // a whole image takes 12,119
+constexpr long most_reads = 5'000'000;  // a whole image takes about 12,000
 constexpr std::size_t largest_configuration = 4U << 20U;
 
 struct Range {

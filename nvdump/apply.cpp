@@ -83,6 +83,11 @@ std::vector<ConfigParameter> Config_Parameters(cfg_node* root) {
   return parameters;
 }
 
+bool Image_IsForeign(const Image& image) {
+  Image_Fit(image);
+  return Nv_CheckIdentification(0, Slot_Text(product_number)) == identification_mismatch;
+}
+
 std::vector<ParameterChange> Apply(const Image& image, const ConfigFile& config,
                                    const std::string& templates, const std::string& path) {
   cfg_node* root = config.root;
@@ -100,9 +105,7 @@ std::vector<ParameterChange> Apply(const Image& image, const ConfigFile& config,
   const std::vector<ConfigParameter> before = Config_Parameters(root);
   RestoreSections(image, restore);
   if (restore.changed) Save(config, path, error);
-  Image_Fit(image);
-  const int whose = Nv_CheckIdentification(0, Slot_Text(product_number));
-  const bool is_clamped = whose == identification_mismatch && Config_ClampStreams(root, nullptr);
+  const bool is_clamped = Image_IsForeign(image) && Config_ClampStreams(root, nullptr);
   if (is_clamped) Save(config, path, error);
   if (error != 0) throw Failure(path + ": write: " + std::strerror(error));
   std::vector<ParameterChange> changes = Differences(before, Config_Parameters(root));

@@ -22,6 +22,10 @@ struct ParameterChange {
   const char* remark = nullptr;  // why the configuration stays as it is; null: it changes
 };
 
+// Whether the image is of another product than the configuration that was opened last, which a
+// start of the daemon then resets first.
+bool Image_IsForeign(const Image& image);
+
 // Puts an image's values into an open configuration, as a start of the daemon would: an image of
 // another product goes into a configuration that has just been reset, and its streams are clamped.
 // Saves the file at `path` as often as the daemon would, which shows in it; not at all for an empty

@@ -170,21 +170,30 @@ void ReadBesideDaemon(int fd) {
   Say("a daemon keeps writing: each field is whole, but a parameter of several may be half old");
 }
 
+// Whether a daemon has the device. Throws Failure when that leaves nothing to be read.
+bool IsShared(int fd, bool anyway) {
+  if (!I2c_IsLocked(fd)) return false;
+  if (reading.device != &i2c_vendor_adapter || anyway) return true;
+  I2c_Close(fd);
+  throw Failure("a daemon is using it, and its driver would mix up both; stop nvd, or --anyway");
+}
+
 }  // namespace
 
 void Chip_Read(const std::string& device, bool anyway, Image& image) {
   const int fd = I2c_OpenToRead(device.c_str());
   if (fd < 0) throw Failure(std::string("open: ") + std::strerror(errno));
-  const bool is_shared = I2c_IsLocked(fd);
   image.adapter = I2c_AdapterName();
   reading = Reading();
   i2c_memory.clear();
   reading.device = I2c_UseAdapter(&reader);
-  if (is_shared && reading.device == &i2c_vendor_adapter && !anyway) {
-    I2c_Close(fd);
-    throw Failure("a daemon is using it, and its driver would mix up both; stop nvd, or --anyway");
+  bool is_shared = IsShared(fd, anyway);
+  if (!is_shared) {
+    (void)ReadChain(fd);
+    is_shared = IsShared(fd, anyway);  // one may have been started meanwhile
+    if (is_shared) Forget({0, largest_chip});
   }
-  is_shared ? ReadBesideDaemon(fd) : static_cast<void>(ReadChain(fd));
+  if (is_shared) ReadBesideDaemon(fd);
   EndProgress();
   I2c_Close(fd);
   image.bytes = i2c_memory;

@@ -62,11 +62,16 @@ void CompareHeaders(const Image& a, const Image& b, std::vector<Difference>& dif
     if (position >= image.sections.size()) return {};
     return Hex(Image_Bytes(image, image.sections[position].record.address, SECTION_HEADER_SIZE));
   };
+  const auto has_secret = [](const Image& image, std::size_t position) {
+    return position < image.sections.size() && image.sections[position].is_secret;
+  };
   for (std::size_t i = 0; i < std::max(a.sections.size(), b.sections.size()); ++i) {
     const Image& has_it = i < a.sections.size() ? a : b;
     const std::string where =
         Format("%04x: %s header", has_it.sections[i].record.address, SectionName_At(i).c_str());
-    if (header(a, i) != header(b, i)) differences.push_back({where, header(a, i), header(b, i)});
+    const bool is_secret = has_secret(a, i) || has_secret(b, i);
+    if (header(a, i) != header(b, i))
+      differences.push_back({where, header(a, i), header(b, i), is_secret});
   }
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "nvdump/image.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <array>
 
@@ -23,6 +25,31 @@ ImageState StateOf(const Image& image) {
   return is_erased ? ImageState::blank : ImageState::unfinished;
 }
 
+struct Place {
+  std::size_t begin;
+  std::size_t end;
+};
+
+// Where the passwords are in an image whose sections lie in their places.
+std::vector<Place> SecretPlaces() {
+  std::vector<Place> places;
+  for (std::size_t position = 0; position < chain_sections; ++position) {
+    std::size_t at = Map_Address(position) + SECTION_HEADER_SIZE;
+    for (const Field& field : Map_At(position).fields) {
+      if (field.format.is_secret) places.push_back({at, at + field.format.size});
+      at += field.format.size;
+    }
+  }
+  return places;
+}
+
+bool IsSecretPlace(std::size_t address, std::size_t size) {
+  static const std::vector<Place> places = SecretPlaces();
+  return std::ranges::any_of(places, [=](const Place& place) {
+    return place.begin < address + size && address < place.end;
+  });
+}
+
 // As far as the table has sections and one more, which shows that the chain goes on; what lies
 // outside of the bytes is no section.
 void ReadSections(Image& image) {
@@ -31,25 +58,12 @@ void ReadSections(Image& image) {
     StoredSection section;
     section.position = walk.position;
     section.record.address = walk.address;
+    section.is_secret = IsSecretPlace(walk.address, SECTION_HEADER_SIZE);
     section.is_readable = EEprom_ReadSection(on_memory, section.record) == 0;
     image.sections.push_back(std::move(section));
     image.end = Chain_Advance(walk, image.sections.back().record.next_address);
   } while (image.end == ChainStep::next && walk.position <= chain_sections &&
            walk.address < image.bytes.size());
-}
-
-// Whether the bytes hold a password in an image whose sections lie in their places.
-bool IsSecretPlace(std::size_t address, std::size_t size) {
-  for (std::size_t position = 0; position < chain_sections; ++position) {
-    std::size_t at = Map_Address(position) + SECTION_HEADER_SIZE;
-    for (const Field& field : Map_At(position).fields) {
-      if (field.format.is_secret && at < address + size && address < at + field.format.size) {
-        return true;
-      }
-      at += field.format.size;
-    }
-  }
-  return false;
 }
 
 void AddFields(const StoredSection& section, std::vector<StoredField>& fields) {
@@ -156,6 +170,19 @@ bool IsPath(std::string_view table_path, const std::string& path) {
          path == Nv_FormatPath(table_path, index).data();
 }
 
+bool FitsPattern(const std::string& table_path, const std::string& pattern) {
+  constexpr int most_instances = 100;  // that a pattern is tried on
+  if (fnmatch(pattern.c_str(), table_path.c_str(), 0) == 0 || IsPath(table_path, pattern)) {
+    return true;
+  }
+  if (table_path.find("%d") == std::string::npos) return false;
+  for (int index = 0; index < most_instances; ++index) {
+    const PathText path = Nv_FormatPath(table_path, index);
+    if (fnmatch(pattern.c_str(), path.data(), 0) == 0) return true;
+  }
+  return false;
+}
+
 bool IsSecretPath(std::string_view path) {
   const std::string text(path);
   return std::ranges::any_of(section_maps, [&text](const SectionMap& map) {
@@ -168,4 +195,9 @@ bool IsSecretPath(std::string_view path) {
 std::string SectionName_At(std::size_t position) {
   if (position >= chain_sections) return Format("#%zu", position);
   return std::string(section_names.at(position).prefix);
+}
+
+bool IsSection(const std::string& name, std::string_view wanted) {
+  const std::size_t without_number = name.find_last_not_of("0123456789") + 1;
+  return wanted.empty() || name == wanted || name.substr(0, without_number) == wanted;
 }

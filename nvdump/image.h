@@ -15,6 +15,7 @@ struct StoredSection {
   std::size_t position = 0;  // in the chain
   SectionRecord record;      // as the daemon reads it
   bool is_readable = false;  // else the daemon passes it over
+  bool is_secret = false;    // its header's bytes are part of a password
 };
 
 struct Image {
@@ -73,5 +74,12 @@ bool IsSecretPath(std::string_view path);
 // Whether a path of the table, with its "%d", is that parameter.
 bool IsPath(std::string_view table_path, const std::string& path);
 
+// Whether a shell pattern fits a path of the table, with any number for its "%d".
+bool FitsPattern(const std::string& table_path, const std::string& pattern);
+
 // "ssnt"; a number for what lies behind the table.
 std::string SectionName_At(std::size_t position);
+
+// Whether a section's name is the wanted one, or one of the numbered ones that share it ("stpf");
+// every name is for an empty one.
+bool IsSection(const std::string& name, std::string_view wanted);

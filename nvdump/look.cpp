@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // What an image holds: info, list, get.
-#include <fnmatch.h>
-
 #include <algorithm>
 
 #include "nvdump/options.h"
@@ -12,14 +10,18 @@
 
 namespace {
 
-Json SectionJson(const StoredSection& section) {
-  const auto& [position, record, is_readable] = section;
-  return {{"section", SectionName_At(position)},
+Json SectionJson(const StoredSection& section, const Options& options) {
+  const SectionRecord& record = section.record;
+  const auto shown = [hides = section.is_secret && !options.secrets](std::uint32_t number) -> Json {
+    if (hides) return nullptr;
+    return number;
+  };
+  return {{"section", SectionName_At(section.position)},
           {"address", record.address},
-          {"type", static_cast<std::uint32_t>(record.type)},
-          {"version", record.version},
-          {"next_address", record.next_address},
-          {"readable", is_readable}};
+          {"type", shown(static_cast<std::uint32_t>(record.type))},
+          {"version", shown(record.version)},
+          {"next_address", shown(record.next_address)},
+          {"readable", section.is_readable}};
 }
 
 std::string InfoText(const Image& image, const char* state, long sections) {
@@ -62,8 +64,10 @@ std::vector<std::string> ParameterRow(const Image& image, const StoredParameter&
       Painted(Colour::cyan, parameter.path) + "=" + Escaped(Shown(parameter, options));
   if (!options.is_long) return {pair};
   const StoredField& source = parameter.source;
+  const auto bytes = Image_Bytes(image, source.address, source.field->format.size);
+  const std::string hex = source.is_secret && !options.secrets ? hidden : HexRuns(bytes);
   return {SectionName_At(source.section->position), std::string(source.field->key),
-          Format("%04x", source.address), FieldHex(image, source, options), pair};
+          Format("%04x", source.address), pair, hex};
 }
 
 std::string ParametersText(const Image& image, const std::vector<StoredParameter>& parameters,
@@ -85,8 +89,33 @@ std::string ParametersText(const Image& image, const std::vector<StoredParameter
 
 bool MatchesAny(const std::string& path, std::span<const std::string> patterns) {
   return patterns.empty() || std::ranges::any_of(patterns, [&path](const std::string& pattern) {
-           return fnmatch(pattern.c_str(), path.c_str(), 0) == 0 || IsPath(path, pattern);
+           return FitsPattern(path, pattern);
          });
+}
+
+// Names the patterns that fit nothing. Returns whether there are any.
+bool ReportUnknown(const std::vector<StoredParameter>& parameters,
+                   std::span<const std::string> patterns) {
+  bool has_unknown = false;
+  for (const std::string& pattern : patterns) {
+    const bool is_known = std::ranges::any_of(parameters, [&pattern](const StoredParameter& each) {
+      return FitsPattern(each.path, pattern);
+    });
+    if (!is_known) Say(Escaped(pattern) + ": no such parameter or file");
+    has_unknown = has_unknown || !is_known;
+  }
+  return has_unknown;
+}
+
+// The source of a list. Where none is named, the first pattern may have been meant to be one.
+Image OpenForPatterns(const Options& options, const std::string& name,
+                      std::span<const std::string> patterns) {
+  try {
+    return Source_Open(options, name);
+  } catch (const Failure& failure) {
+    if (!name.empty() || patterns.empty()) throw;
+    throw Failure(std::string(failure.what()) + " (and no file " + patterns[0] + ")");
+  }
 }
 
 }  // namespace
@@ -105,7 +134,7 @@ int Info(const Options& options, std::string& out) {
   json["last_change"] = image.time;
   json["sections"] = Json::array();
   for (const StoredSection& section : image.sections) {
-    json["sections"].push_back(SectionJson(section));
+    json["sections"].push_back(SectionJson(section, options));
   }
   out += Json_Text(json);
   return exit_fine;
@@ -118,27 +147,28 @@ int List(const Options& options, std::string& out) {
     name = patterns[0];
     patterns = patterns.subspan(1);
   }
-  const Image image = Source_Open(options, name);
+  const Image image = OpenForPatterns(options, name, patterns);
   std::vector<StoredParameter> parameters = Image_Parameters(image);
+  const bool has_unknown = ReportUnknown(parameters, patterns);
   std::erase_if(parameters, [&](const StoredParameter& parameter) {
     const std::string section = SectionName_At(parameter.source.section->position);
-    return (parameter.value.empty() && !options.all) || !section.starts_with(options.section) ||
+    return (parameter.value.empty() && !options.all) || !IsSection(section, options.section) ||
            !MatchesAny(parameter.path, patterns);
   });
   out += ParametersText(image, parameters, options);
-  return parameters.empty() ? exit_finds : exit_fine;
+  return parameters.empty() || has_unknown ? exit_finds : exit_fine;
 }
 
 int Get(const Options& options, std::string& out) {
   const Image image = Source_Open(options, options.source);
   std::vector<StoredParameter> found;
   int status = exit_fine;
+  const std::vector<StoredParameter> all = Image_Parameters(image);
   for (const std::string& path : options.operands) {
-    const std::vector<StoredParameter> all = Image_Parameters(image);
     const auto parameter = std::ranges::find_if(
         all, [&path](const StoredParameter& each) { return IsPath(each.path, path); });
     if (parameter == all.end() || parameter->value.empty()) {
-      Say(path + ": not stored");
+      Say(Escaped(path) + ": not stored");
       status = exit_finds;
     } else {
       found.push_back(*parameter);

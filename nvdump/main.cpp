@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "daemon/log.h"
+#include "nvdump/image.h"
 #include "nvdump/options.h"
 #include "nvdump/output.h"
 #include "nvdump/text.h"
@@ -34,7 +35,7 @@ constexpr std::array commands = {
     Command{"list", "DAjsalS", 0, SIZE_MAX, List, "[SOURCE] [PATTERN...]",
             "lists the stored parameters, PATH=VALUE as a restore hands them over",
             "nvdump list customer.bin 'General.Network.*'"},
-    Command{"get", "DAjsr", 1, SIZE_MAX, Get, "PATH...",
+    Command{"get", "DAjsr", 1, SIZE_MAX, Get, "[--source SOURCE] PATH...",
             "prints the values of parameters, for scripts",
             "nvdump get --source customer.bin General.System.HTTPPort"},
     Command{"map", "DAjsSxmFN", 0, 1, Map, "[SOURCE]",
@@ -83,7 +84,7 @@ constexpr std::array option_rows = {
     OptionRow{'m', "markdown", "", "the reference page of all parameters; needs no source", &Options::markdown},
     OptionRow{'o', "output", "FILE", "where to write; -o as well", nullptr, &Options::output},
     OptionRow{'s', "secrets", "", "passwords as they are, not as ********", &Options::secrets},
-    OptionRow{'S', "section", "NAME", "only this section: id, ssdt, ... stpf0 to stpf3 or stpf, srin, srex", nullptr, &Options::section},
+    OptionRow{'S', "section", "NAME", "only this section: id, ssdt and so on; stpf is all four stream profiles", nullptr, &Options::section},
     OptionRow{'z', "size", "BYTES", "the chip's size; filled up with FF", nullptr, nullptr, &Options::size, 0x80000},
     OptionRow{'r', "source", "SOURCE", "where to get the values from", nullptr, &Options::source},
     OptionRow{'R', "strict", "", "refuse what will not come back as it is", &Options::strict},
@@ -145,8 +146,11 @@ std::size_t NumberOf(const OptionRow& row, std::string_view text) {
   const char* end = digits.data() + digits.size();
   const auto [behind, error] = std::from_chars(digits.data(), end, number, is_hex ? 16 : 10);
   if (error == std::errc() && behind == end && number <= row.most) return number;
-  throw WrongUsage("--" + std::string(row.name) + ": '" + std::string(text) +
-                   "' is no such number");
+  const std::string which = "--" + std::string(row.name) + " " + std::string(text);
+  if (error == std::errc() && behind == end) {
+    throw WrongUsage(which + Format(": at most %zu", row.most));
+  }
+  throw WrongUsage(which + ": no such number");
 }
 
 void Set(Options& options, const OptionRow& row, const char* value) {
@@ -183,24 +187,42 @@ const Command* FindCommand(std::string_view name) {
   throw WrongUsage("unknown command '" + std::string(name) + "'");
 }
 
+void CheckSection(const Options& options, std::string_view letters) {
+  if (letters.find('S') == std::string_view::npos) return;
+  for (std::size_t position = 0; position < chain_sections; ++position) {
+    const bool is_it = IsSection(SectionName_At(position), options.section);
+    if (is_it && !options.section.empty()) return;
+  }
+  throw WrongUsage("--section " + options.section + ": no such section");
+}
+
 void CheckUsage(const Request& request, std::string_view letters) {
   const Command& command = *request.command;
   const std::size_t count = request.options.operands.size();
   if (count < command.least || count > command.most) {
     throw WrongUsage("usage: nvdump " + std::string(command.name) + " " + command.usage);
   }
+  CheckSection(request.options, letters);
   for (const OptionRow& row : option_rows) {
     if (letters.find(row.letter) == std::string_view::npos || Has(command, row.letter)) continue;
     throw WrongUsage(std::string(command.name) + " has no option --" + row.name);
   }
 }
 
+WrongUsage WrongOption(char* argv[], int answer) {
+  const std::string text = argv[optind - 1];
+  const bool is_letter = answer == '?' && optopt != 0 && !text.starts_with("--");
+  return WrongUsage((is_letter ? std::string{'-', static_cast<char>(optopt)} : text) +
+                    (answer == ':' ? " needs a value" : ": no such option; see nvdump --help"));
+}
+
 Request Parse(int argc, char* argv[]) {
   Request request;
   std::string letters;
   const std::vector<option> table = GetoptTable();
-  for (int letter = 0; (letter = getopt_long(argc, argv, "ho:", table.data(), nullptr)) != -1;) {
-    if (letter == '?') throw WrongUsage("see nvdump --help");
+  opterr = 0;
+  for (int letter = 0; (letter = getopt_long(argc, argv, ":ho:", table.data(), nullptr)) != -1;) {
+    if (letter == '?' || letter == ':') throw WrongOption(argv, letter);
     if (letter == help_letter) request.wants_help = true;
     if (letter == version_letter) request.wants_version = true;
     const auto* row = std::ranges::find(option_rows, letter, &OptionRow::letter);

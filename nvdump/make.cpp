@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 // What is written to files: build, extract, dump.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <map>
 
 #include "nvdump/apply.h"
@@ -20,13 +23,22 @@ namespace {
 
 void CheckOutput(const Options& options) {
   if (options.output.empty()) throw Failure("where to? -o FILE");
-  if (options.force || !File_Exists(options.output.c_str())) return;
-  throw Failure(options.output + " exists; --force replaces it");
+  struct stat status {};
+  if (stat(options.output.c_str(), &status) != 0) return;
+  if (!S_ISREG(status.st_mode)) throw Failure(options.output + " is no regular file");
+  if (!options.force) throw Failure(options.output + " exists; --force replaces it");
 }
 
+// A new file holds passwords, so it is its owner's only; one that is there keeps its mode.
 void Write(const Options& options, const std::string& content) {
-  if (File_Replace(options.output.c_str(), content) == 0) return;
-  throw Failure(options.output + ": write: " + std::strerror(errno));
+  const char* path = options.output.c_str();
+  const int fd = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (fd >= 0) (void)close(fd);
+  const bool may_replace = fd >= 0 || (options.force && errno == EEXIST);
+  if (may_replace && File_Replace(path, content) == 0) return;
+  const int error = errno;
+  if (fd >= 0) (void)unlink(path);
+  throw Failure(options.output + ": write: " + std::strerror(error));
 }
 
 // The time that the image tells; a build that is to be the same again names it.
@@ -71,26 +83,6 @@ std::string ChangeText(const ParameterChange& change, bool shows_secrets) {
   return text + (remark != nullptr ? std::string(" (") + remark + ")" : "") + "\n";
 }
 
-// A copy of a configuration in a folder of its own, where it is changed and saved as the daemon
-// does with its own.
-struct WorkingCopy {
-  std::string folder = std::filesystem::temp_directory_path() / "nvdump.XXXXXX";
-  std::string path;
-
-  explicit WorkingCopy(const std::string& content) {
-    if (mkdtemp(folder.data()) == nullptr) throw Failure(folder + ": " + std::strerror(errno));
-    path = folder + "/device.conf";
-    if (File_Replace(path.c_str(), content) != 0)
-      throw Failure(path + ": write: " + std::strerror(errno));
-  }
-  ~WorkingCopy() {
-    std::error_code ignored;  // there is nobody to tell
-    std::filesystem::remove_all(folder, ignored);
-  }
-  WorkingCopy(const WorkingCopy&) = delete;
-  WorkingCopy& operator=(const WorkingCopy&) = delete;
-};
-
 }  // namespace
 
 int Build(const Options& options, std::string& /*out*/) {
@@ -116,18 +108,21 @@ int Extract(const Options& options, std::string& out) {
   if (options.config.empty()) throw Failure("into which configuration? --config BASE");
   if (!options.output.empty()) CheckOutput(options);
   const Image image = Source_Open(options, options.operands);
+  const WorkingCopy copy(Source_Read(options.config));
+  const ConfigFile config = Source_OpenConfig(copy, options.config);
   if (image.state != ImageState::filled) {
     Say(image.name + ": " + State_Name(image.state) + ": a start takes nothing from it");
     return exit_finds;
   }
+  if (Image_IsForeign(image)) {
+    Say(options.config + " is taken as just reset: the image is of another product");
+  }
   if (options.output.empty()) {
-    const ConfigFile config = Source_OpenConfig(options.config);
     const std::vector<ParameterChange> changes = Apply(image, config, options.templates);
     for (const ParameterChange& change : changes) out += ChangeText(change, options.secrets);
     return changes.empty() ? exit_fine : exit_finds;
   }
-  const WorkingCopy copy(Source_Read(options.config));
-  (void)Apply(image, Source_OpenConfig(copy.path), options.templates, copy.path);
+  (void)Apply(image, config, options.templates, copy.path);
   Write(options, Source_Read(copy.path));
   return exit_fine;
 }

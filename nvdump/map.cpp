@@ -59,8 +59,14 @@ Entry FieldEntry(const StoredField& stored, const Options& options) {
           is_hidden};
 }
 
-Entry HeaderEntry(const StoredSection& section) {
-  const auto& [position, record, is_readable] = section;
+std::string HeaderText(const SectionRecord& record) {
+  return Format("type %u, version %u, next %04x", static_cast<unsigned>(record.type),
+                record.version, record.next_address);
+}
+
+Entry HeaderEntry(const StoredSection& section, const Options& options) {
+  const auto& [position, record, is_readable, is_secret] = section;
+  const bool is_hidden = is_secret && !options.secrets;
   const std::string_view content =
       position < chain_sections ? section_names.at(position).content : "behind the last section";
   return {record.address,
@@ -68,9 +74,10 @@ Entry HeaderEntry(const StoredSection& section) {
           "header",
           SectionName_At(position),
           "[" + SectionName_At(position) + "]",
-          std::string(content) + Format(": type %u, version %u, next %04x",
-                                        static_cast<unsigned>(record.type), record.version,
-                                        record.next_address)};
+          std::string(content) + ": " + (is_hidden ? hidden : HeaderText(record)),
+          {},
+          {},
+          is_hidden};
 }
 
 bool IsUniform(std::span<const std::uint8_t> bytes) {
@@ -95,7 +102,8 @@ Entry GapEntry(const Image& image, std::size_t from, std::size_t to, const Optio
 // By address, with entries for what lies between.
 std::vector<Entry> AllEntries(const Image& image, const Options& options) {
   std::vector<Entry> known;
-  for (const StoredSection& section : image.sections) known.push_back(HeaderEntry(section));
+  for (const StoredSection& section : image.sections)
+    known.push_back(HeaderEntry(section, options));
   for (const StoredField& stored : Image_Fields(image))
     known.push_back(FieldEntry(stored, options));
   std::ranges::stable_sort(known, {}, &Entry::address);
@@ -214,6 +222,7 @@ std::string SectionMarkdown(std::size_t position) {
 }  // namespace
 
 int Map(const Options& options, std::string& out) {
+  if (options.markdown && options.json) throw Failure("--markdown and --json exclude each other");
   if (options.markdown) {
     out += page_head;
     for (std::size_t position = 1; position < chain_sections; ++position) {
@@ -226,7 +235,7 @@ int Map(const Options& options, std::string& out) {
   std::erase_if(entries, [&options](const Entry& entry) {
     return entry.address + entry.size <= options.from ||
            entry.address - std::min(options.from, entry.address) >= options.count ||
-           !entry.section.starts_with(options.section);
+           !IsSection(entry.section, options.section);
   });
   if (!options.json) {
     for (const Entry& entry : entries) out += EntryText(image, entry, options);

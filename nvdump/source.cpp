@@ -2,9 +2,14 @@
 #include "nvdump/source.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "eeprom/backup.h"
 #include "nvdump/chip.h"
@@ -19,6 +24,37 @@ bool IsCharacterDevice(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
 }
 
+bool IsRegularFile(const std::string& path) {
+  struct stat status {};
+  return path != "-" && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+void ReadStandardInput(std::string& content) {
+  static bool is_read = false;
+  if (is_read) throw Failure("-: standard input can be read once only");
+  is_read = true;
+  std::array<char, 16384> block;
+  while (const std::size_t length = std::fread(block.data(), 1, block.size(), stdin)) {
+    content.append(block.data(), length);
+  }
+  if (std::ferror(stdin) != 0) throw Failure(std::string("-: read: ") + std::strerror(errno));
+}
+
+ConfigFile OpenConfigFile(const std::string& path, const std::string& name) {
+  ConfigFile config = Nv_OpenConfig(path.c_str());
+  if (config.root == nullptr) throw Failure(name + ": no configuration file");
+  product_number.fill('\0');
+  Nv_ReadProductNumber(config.root);
+  Nv_ReadNetworkStorageIndex(config.root);
+  return config;
+}
+
+// What has been read through a pipe is not there a second time.
+ConfigFile OpenConfig(const std::string& name, const std::string& content) {
+  if (IsRegularFile(name)) return OpenConfigFile(name, name);
+  return Source_OpenConfig(WorkingCopy(content), name);
+}
+
 // The type of an image's first section does not begin with a "<".
 bool IsConfiguration(std::string_view content) {
   const std::size_t first = content.find_first_not_of("\xEF\xBB\xBF \t\r\n");
@@ -28,7 +64,7 @@ bool IsConfiguration(std::string_view content) {
 Image OpenFile(const std::string& name) {
   const std::string content = Source_Read(name);
   if (IsConfiguration(content)) {
-    const ConfigFile config = Source_OpenConfig(name);
+    const ConfigFile config = OpenConfig(name, content);
     Image image = Source_Build(config, Host_Time());
     image.name = name;
     return image;
@@ -53,23 +89,41 @@ Image OpenDevice(const Options& options, const std::string& name) {
 
 }  // namespace
 
+WorkingCopy::WorkingCopy(const std::string& content)
+    : folder(std::filesystem::temp_directory_path() / "nvdump.XXXXXX") {
+  if (mkdtemp(folder.data()) == nullptr) throw Failure(folder + ": " + std::strerror(errno));
+  path = folder + "/device.conf";
+  if (File_Replace(path.c_str(), content) == 0) return;
+  const std::string why = path + ": write: " + std::strerror(errno);
+  (void)rmdir(folder.c_str());
+  throw Failure(why);
+}
+
+WorkingCopy::~WorkingCopy() {
+  std::error_code ignored;  // there is nobody to tell
+  std::filesystem::remove_all(folder, ignored);
+}
+
 bool Source_IsName(const std::string& operand) {
   return operand == "-" || operand.find('/') != std::string::npos || File_Exists(operand.c_str());
 }
 
 std::string Source_Read(const std::string& path) {
   std::string content;
-  if (File_Read(path == "-" ? "/dev/stdin" : path.c_str(), content) == 0) return content;
+  if (path == "-") {
+    ReadStandardInput(content);
+    return content;
+  }
+  if (File_Read(path.c_str(), content) == 0) return content;
   throw Failure(path + ": read: " + std::strerror(errno));
 }
 
 ConfigFile Source_OpenConfig(const std::string& path) {
-  ConfigFile config = Nv_OpenConfig(path == "-" ? "/dev/stdin" : path.c_str());
-  if (config.root == nullptr) throw Failure(path + ": no configuration file");
-  product_number.fill('\0');
-  Nv_ReadProductNumber(config.root);
-  Nv_ReadNetworkStorageIndex(config.root);
-  return config;
+  return OpenConfig(path, Source_Read(path));
+}
+
+ConfigFile Source_OpenConfig(const WorkingCopy& copy, const std::string& name) {
+  return OpenConfigFile(copy.path, name);
 }
 
 Image Source_Build(const ConfigFile& config, std::uint32_t time) {

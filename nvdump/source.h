@@ -16,12 +16,27 @@ Image Source_Open(const Options& options, const std::vector<std::string>& operan
 // Whether an operand that may be something else names a source.
 bool Source_IsName(const std::string& operand);
 
-// Opens a configuration and makes its product number and its network storage the camera's. Throws
-// Failure.
+// A copy of a configuration in a folder of its own, where it is changed and saved as the daemon
+// does with its own. Throws Failure.
+struct WorkingCopy {
+  std::string folder;
+  std::string path;
+
+  explicit WorkingCopy(const std::string& content);
+  ~WorkingCopy();
+  WorkingCopy(const WorkingCopy&) = delete;
+  WorkingCopy& operator=(const WorkingCopy&) = delete;
+};
+
+// Opens a configuration, a file or what comes through a pipe, and makes its product number and its
+// network storage the camera's. Throws Failure.
 ConfigFile Source_OpenConfig(const std::string& path);
+
+// The same for a copy of what people know by `name`.
+ConfigFile Source_OpenConfig(const WorkingCopy& copy, const std::string& name);
 
 // The image that the daemon would write for the open configuration into a blank EEPROM.
 Image Source_Build(const ConfigFile& config, std::uint32_t time);
 
-// Reads a whole file, or standard input for "-". Throws Failure.
+// Reads a whole file, or for "-" standard input, which is there once. Throws Failure.
 std::string Source_Read(const std::string& path);

@@ -36,61 +36,78 @@ bool LeadsOn(const StoredSection& section) {
 // A section that is none and leads nowhere.
 bool IsLost(const StoredSection& section) { return !section.is_readable && !LeadsOn(section); }
 
-std::string HeaderFault(const SectionRecord& record, SectionType expected) {
-  if (Section_PayloadSize(record.type) == 0) {
-    return Format("unknown type %u", static_cast<unsigned>(record.type));
-  }
+// What a header says, as it may be shown.
+std::string TypeText(const StoredSection& section) {
+  const auto type = static_cast<unsigned>(section.record.type);
+  return "type " + (section.is_secret ? hidden : Format("%u", type));
+}
+
+std::string LinkText(const StoredSection& section) {
+  return "next address " +
+         (section.is_secret ? hidden : Format("%04x", section.record.next_address));
+}
+
+std::string HeaderFault(const StoredSection& section) {
+  const SectionRecord& record = section.record;
+  const SectionType expected = Map_At(section.position).type;
+  if (Section_PayloadSize(record.type) == 0) return "unknown " + TypeText(section);
   if (record.type != expected) {
-    return Format("type %u where %u belongs", static_cast<unsigned>(record.type),
-                  static_cast<unsigned>(expected));
+    return TypeText(section) + Format(" where %u belongs", static_cast<unsigned>(expected));
   }
-  if (record.version != section_version) return Format("version %u", record.version);
-  return {};
+  if (record.version == section_version) return {};
+  return "version " + (section.is_secret ? hidden : Format("%u", record.version));
 }
 
 void Add(Complaints& complaints, const StoredSection& section, const std::string& what) {
   complaints.push_back({section.record.address, SectionName_At(section.position), "header", what});
 }
 
-void AddEnd(Complaints& complaints, const StoredSection& section, const std::string& why,
+// Returns false: the chain does not go on.
+bool AddEnd(Complaints& complaints, const StoredSection& section, const std::string& why,
             std::size_t first_lost) {
   Add(complaints, section,
       Format("the chain ends at %04x: %s; %zu sections out of reach", section.record.address,
              why.c_str(), chain_sections - first_lost));
+  return false;
 }
 
-// Where the chain goes from a section whose next address is another than it should be. Returns
-// whether it goes on.
+// Why the chain ends behind a section whose next address is another than it should be; empty when
+// it goes on.
+std::string BreakOf(const Image& image, const StoredSection& section) {
+  const std::size_t position = section.position + 1;
+  if (section.record.next_address == 0) return "next address 0";
+  if (position >= image.sections.size()) {
+    const char* where = image.end == ChainStep::loop ? " leads back" : " leads out of the image";
+    return LinkText(section) + where;
+  }
+  const StoredSection& following = image.sections[position];
+  if (following.record.type == Map_At(position).type) return {};
+  if (Section_PayloadSize(following.record.type) == 0) {
+    return LinkText(section) + " leads to no section";
+  }
+  return LinkText(section) + " leads to " + TypeText(following);
+}
+
+// Says where such a section leads. Returns whether the chain goes on there.
 bool FollowLink(const Image& image, const StoredSection& section, Complaints& complaints) {
-  const std::uint32_t next = section.record.next_address;
   const std::size_t position = section.position + 1;
   if (position >= chain_sections) {
-    Add(complaints, section, Format("next address %04x behind the last section", next));
+    Add(complaints, section, LinkText(section) + " behind the last section");
     return false;
   }
-  if (next == 0) return AddEnd(complaints, section, "next address 0", position), false;
-  const std::string link = Format("next address %04x ", next);
-  if (position >= image.sections.size()) {
-    const char* where = image.end == ChainStep::loop ? "leads back" : "leads out of the image";
-    return AddEnd(complaints, section, link + where, position), false;
-  }
-  const SectionType following = image.sections[position].record.type;
-  if (following != Map_At(position).type) {
-    const std::string what = Section_PayloadSize(following) == 0
-                                 ? "leads to no section"
-                                 : Format("leads to type %u", static_cast<unsigned>(following));
-    return AddEnd(complaints, section, link + what, position), false;
-  }
-  Add(complaints, section, link + Format("where %04x belongs", ExpectedNext(section)));
+  const std::string why = BreakOf(image, section);
+  if (!why.empty()) return AddEnd(complaints, section, why, position);
+  Add(complaints, section,
+      LinkText(section) + Format(" where %04x belongs", ExpectedNext(section)));
   return true;
 }
 
 // Returns how many sections are in reach.
 std::size_t CheckChain(const Image& image, Complaints& complaints) {
   for (const StoredSection& section : image.sections) {
-    const std::string fault = HeaderFault(section.record, Map_At(section.position).type);
+    const std::string fault = HeaderFault(section);
     if (IsLost(section)) {
-      AddEnd(complaints, section, fault, section.position);
+      (void)AddEnd(complaints, section, fault, section.position);
       return section.position;
     }
     if (!fault.empty()) Add(complaints, section, fault);
@@ -130,7 +147,7 @@ std::string ContentFault(const StoredField& stored) {
   if (stored.section->record.type == SectionType::identification) return {};
   const std::int32_t number = Field_Signed(Field_Bytes(stored));
   if (Param_KnowsNumber(stored.section->record.type, key, number)) return {};
-  return Format("no rule knows the number %d", number);
+  return "no rule knows the number " + (stored.is_secret ? hidden : Format("%d", number));
 }
 
 // What a field that no parameter feeds holds in every image; names of values among them.
@@ -144,7 +161,8 @@ std::string ConstantFault(const StoredField& stored) {
   const auto bytes = Field_Bytes(stored);
   if (std::ranges::equal(bytes, right)) return {};
   if (stored.field->format.kind != MAP_TEXT) {
-    return Format("%u where %u belongs", Field_Number(bytes), Field_Number(right));
+    return (stored.is_secret ? hidden : Format("%u", Field_Number(bytes))) +
+           Format(" where %u belongs", Field_Number(right));
   }
   return Quoted(Field_Text(bytes), !stored.is_secret) + " where " +
          Quoted(Field_Text(right), true) + " belongs";
@@ -192,8 +210,17 @@ Complaint ChangeComplaint(const ParameterChange& change, const StoredParameter* 
   return complaint;
 }
 
-void CheckConfig(const Image& image, const Options& options, Complaints& complaints) {
-  const ConfigFile config = Source_OpenConfig(options.config);
+void CheckProduct(const Image& image, Complaints& complaints) {
+  if (!Image_IsForeign(image)) return;
+  const std::string_view own = Slot_Text(product_number);
+  complaints.push_back({SECTION_HEADER_SIZE + identification_id.offset, "id", "id",
+                        image.product + " here, " + std::string(own.empty() ? "none" : own) +
+                            " in the configuration: the next start resets it"});
+}
+
+void CheckConfig(const Image& image, const ConfigFile& config, const Options& options,
+                 Complaints& complaints) {
+  CheckProduct(image, complaints);
   const std::vector<StoredParameter> parameters = Image_Parameters(image);
   for (const ParameterChange& change : Apply(image, config, options.templates)) {
     const auto stored = std::ranges::find_if(parameters, [&change](const StoredParameter& each) {
@@ -237,6 +264,8 @@ Json ComplaintJson(const Complaint& complaint) {
 
 int Verify(const Options& options, std::string& out) {
   const Image image = Source_Open(options, options.operands);
+  ConfigFile config;
+  if (!options.config.empty()) config = Source_OpenConfig(options.config);
   Complaints complaints;
   std::size_t reach = 0;
   if (const char* fault = StateFault(image.state)) {
@@ -245,7 +274,7 @@ int Verify(const Options& options, std::string& out) {
     reach = CheckChain(image, complaints);
     CheckSize(image, complaints);
     CheckFields(image, reach, complaints);
-    if (!options.config.empty()) CheckConfig(image, options, complaints);
+    if (config.root != nullptr) CheckConfig(image, config, options, complaints);
   }
   if (options.json) {
     Json json = Json_Head(options.command, image);

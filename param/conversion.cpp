@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr std::array<const SectionRules*, 10> section_rules = {
-    &ssdt_rules, &sssc_rules, &ssnt_rules, &lvim_rules, &lvln_rules,
-    &lvad_rules, &lvdn_rules, &stpf_rules, &srin_rules, &srex_rules};
+constexpr std::array section_rules = {&ssdt_rules, &sssc_rules, &ssnt_rules, &lvim_rules,
+                                      &lvln_rules, &lvad_rules, &lvdn_rules, &stpf_rules,
+                                      &srin_rules, &srex_rules};
 
 const SectionRules* FindSectionRules(SectionType type) {
   const auto* found = std::ranges::find(section_rules, type, &SectionRules::type);

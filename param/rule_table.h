@@ -83,7 +83,11 @@ consteval Finding FaultOf(const FieldRule& rule, std::span<const FieldRule> rule
 // A rule says what a flag means, and which part of a parameter each of its fields holds.
 consteval Finding FaultOf(const Field& field, std::span<const FieldRule> rules,
                           std::span<const Field> fields) {
-  if (field.paths.empty() || RuleOf(rules, field) != rules.end()) return {};
+  if (const auto rule = RuleOf(rules, field); rule != rules.end()) {
+    const bool numbers_a_text = field.format.kind == MAP_TEXT && !rule->values.empty();
+    return numbers_a_text ? Finding(field.key, "a text holds no number") : Finding();
+  }
+  if (field.paths.empty()) return {};
   if (field.format.kind == MAP_BYTE) return {field.key, "a byte needs a rule"};
   const bool shares_paths = std::ranges::any_of(fields, [&](const Field& other) {
     return &other != &field && other.paths == field.paths && RuleOf(rules, other) == rules.end();

@@ -14,7 +14,7 @@ consteval SectionMap Map(SectionType type, std::span<const Field> fields) {
   return {type, static_cast<std::int32_t>(FieldCountWithKey(fields)), fields};
 }
 
-constexpr std::array<SectionMap, chain_sections + 1> maps = {{
+constexpr auto maps = std::to_array<SectionMap>({
     {SectionType::identification, 0, identification_fields},  // made of no parameters
     Map(SectionType::ssdt, ssdt_fields),
     Map(SectionType::sssc, sssc_fields),
@@ -30,7 +30,7 @@ constexpr std::array<SectionMap, chain_sections + 1> maps = {{
     Map(SectionType::srin, srin_fields),
     Map(SectionType::srex, srex_fields),
     {SectionType::end_of_map, -1, {}},
-}};
+});
 
 // The address at which the section at a chain position lies.
 constexpr std::size_t AddressAt(std::size_t position) {
@@ -56,7 +56,7 @@ static_assert(AddressAt(13) == 10952 && AddressAt(chain_sections) == EEPROM_IMAG
 
 }  // namespace
 
-const std::array<SectionName, chain_sections> section_names = {{
+const std::array<SectionName, chain_sections> section_names = std::to_array<SectionName>({
     {"id", "identification"},
     {"ssdt", "date and time"},
     {"sssc", "users"},
@@ -71,7 +71,7 @@ const std::array<SectionName, chain_sections> section_names = {{
     {"stpf3", "stream profile I3"},
     {"srin", "recording to the memory card"},
     {"srex", "recording to network storage"},
-}};
+});
 
 const std::array<SectionMap, chain_sections + 1> section_maps = maps;
 

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "platform/host.h"
 
@@ -132,9 +133,12 @@ Outcome UpdateLocked(int fd, const Target& target, const FileChange& change) {
 
 bool File_Exists(const char* path) { return access(path, F_OK) == 0; }
 
+// Standard input need not be a file that can be opened once more, and may have been read from.
 int File_Read(const char* path, std::string& content) {
   content.clear();
-  const int fd = open(path, O_RDONLY | O_CLOEXEC);
+  const bool is_input = std::strcmp(path, "/dev/stdin") == 0;
+  const int fd =
+      is_input ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) : open(path, O_RDONLY | O_CLOEXEC);
   if (fd < 0) return -1;
   std::array<char, 16384> block;
   ssize_t length = 0;

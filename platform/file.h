@@ -8,7 +8,8 @@
 
 bool File_Exists(const char* path);
 
-// Reads a whole file into `content`. Returns 0, or -1 with errno set.
+// Reads a whole file into `content`; of "/dev/stdin" what is still to come, whatever it is. Returns
+// 0, or -1 with errno set.
 int File_Read(const char* path, std::string& content);
 
 // Makes a file's next content from the present one, which is null when there is no such file. False

@@ -14,8 +14,10 @@
 #include <cstring>
 #include <list>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -26,7 +28,8 @@ namespace {
 
 constexpr unsigned keep_everything = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_pi |
                                      pugi::parse_comments | pugi::parse_declaration |
-                                     pugi::parse_doctype | pugi::parse_ws_pcdata;
+                                     pugi::parse_doctype | pugi::parse_ws_pcdata |
+                                     pugi::parse_fragment;  // text beside the root as well
 
 enum class ChangeKind : std::uint8_t { element, value, attribute };
 
@@ -36,7 +39,10 @@ struct Change {
   pugi::xml_node element;
   pugi::xml_attribute attribute;
 
-  bool operator==(const Change&) const = default;
+  bool operator<(const Change& other) const {
+    return std::tie(kind, element, attribute) <
+           std::tie(other.kind, other.element, other.attribute);
+  }
 };
 
 struct LoadedFile {
@@ -44,7 +50,8 @@ struct LoadedFile {
   pugi::xml_document document;
   std::string before_root;      // the file's bytes before "<root"
   std::string after_root;       // and behind "</root>"
-  std::vector<Change> changes;  // since the last save; each once, in the order of the first time
+  std::vector<Change> changes;  // not saved yet; each once, in the order of the first time
+  std::set<Change> known;       // the same
 };
 
 std::list<LoadedFile> loaded_files;
@@ -102,17 +109,29 @@ void KeepSurroundings(LoadedFile& file, std::string_view text) {
   file.after_root = text.substr(end);
 }
 
-// One element at the top; and no entities of the file's own, which the parser would not know and a
-// save would damage.
+bool RepeatsAnAttribute(const pugi::xml_node& element) {
+  return std::any_of(
+      element.attributes_begin(), element.attributes_end(),
+      [&element](const auto& each) { return element.attribute(each.name()) != each; });
+}
+
+bool IsBlank(const pugi::xml_node& node) {
+  return node.type() == pugi::node_pcdata &&
+         node.value()[std::strspn(node.value(), " \t\r\n")] == '\0';
+}
+
+// What the parser lets pass is refused: more at the top than one element, and attributes twice. So
+// are entities of the file's own, which the parser would not know and a save would damage.
 bool IsConfiguration(const pugi::xml_document& document) {
   int elements = 0;
   for (const pugi::xml_node& node : document) {
     if (node.type() == pugi::node_element) ++elements;
+    if (IsText(node) && !IsBlank(node)) return false;
     if (node.type() == pugi::node_doctype && std::strchr(node.value(), '[') != nullptr) {
       return false;
     }
   }
-  return elements == 1;
+  return elements == 1 && !document.find_node(RepeatsAnAttribute);
 }
 
 // "&#0;" in any of its forms: XML knows no such character, and the parser would end the value
@@ -155,10 +174,11 @@ std::optional<std::string> Writable(std::string_view text) {
 
 bool IsNameStart(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_'; }
 
-bool IsName(std::string_view name) {
-  return !name.empty() && IsNameStart(name[0]) && std::all_of(name.begin(), name.end(), [](char c) {
-    return IsNameStart(c) || (c >= '0' && c <= '9') || c == '-';
-  });
+bool IsName(std::string_view name, std::string_view marks) {
+  const auto belongs = [marks](char c) {
+    return IsNameStart(c) || (c >= '0' && c <= '9') || marks.find(c) != std::string_view::npos;
+  };
+  return !name.empty() && IsNameStart(name[0]) && std::all_of(name.begin(), name.end(), belongs);
 }
 
 // Calls `step` with each component of a dotted path until it returns an empty node.
@@ -189,13 +209,14 @@ std::string Text(const pugi::xml_node& element) {
 
 bool SetText(pugi::xml_node element, const std::string& value) {
   if (!element || HasChildElement(element)) return false;
-  pugi::xml_node text = element.find_child(IsText);
-  if (!text) text = element.append_child(pugi::node_pcdata);
+  pugi::xml_node text;  // none for an empty value: the parser makes none of it either
+  if (!value.empty()) text = element.find_child(IsText);
+  if (!value.empty() && !text) text = element.append_child(pugi::node_pcdata);
   text.set_value(value.c_str());
-  for (pugi::xml_node rest = text.next_sibling(); rest;) {
-    const pugi::xml_node next = rest.next_sibling();
-    if (IsText(rest)) element.remove_child(rest);
-    rest = next;
+  for (pugi::xml_node child = element.first_child(); child;) {
+    const pugi::xml_node next = child.next_sibling();
+    if (IsText(child) && child != text) element.remove_child(child);
+    child = next;
   }
   return true;
 }
@@ -204,7 +225,7 @@ bool SetText(pugi::xml_node element, const std::string& value) {
 pugi::xml_attribute CopyAttribute(pugi::xml_node destination,
                                   const pugi::xml_attribute& attribute) {
   const auto value = Writable(attribute.value());
-  if (!value || Writable(attribute.name()) != attribute.name()) return {};
+  if (!value || !IsName(attribute.name(), "-.:")) return {};
   pugi::xml_attribute copy = destination.attribute(attribute.name());
   if (!copy) copy = destination.append_attribute(attribute.name());
   copy.set_value(value->c_str());
@@ -214,11 +235,7 @@ pugi::xml_attribute CopyAttribute(pugi::xml_node destination,
 void Remember(const Change& change) {
   const auto file = FindLoadedFile(Opaque(change.element.root()));
   if (file == loaded_files.end()) return;
-  auto& changes = file->changes;
-  // What is changed again was most likely changed just now.
-  if (std::find(changes.rbegin(), changes.rend(), change) == changes.rend()) {
-    changes.push_back(change);
-  }
+  if (file->known.insert(change).second) file->changes.push_back(change);
 }
 
 bool CopyAndRemember(const pugi::xml_node& destination, const pugi::xml_attribute& attribute) {
@@ -301,20 +318,19 @@ bool Repeat(const Change& change, const pugi::xml_node& document) {
   return !place.empty();
 }
 
-enum class Merged : std::uint8_t { all, in_part, nothing };
-
-// The file as it is now, with what has been changed through the handle.
-Merged Merge(const LoadedFile& file, std::string_view present, std::string& next) {
+// Makes of the file as it is now one with what has been changed through the handle; `left` gets
+// what can't be repeated. False when it is no such file any more.
+bool Merge(const LoadedFile& file, std::string_view present, std::string& next,
+           std::vector<Change>& left) {
   LoadedFile now;
   const std::string_view root = file.document.document_element().name();
-  if (!Parse(present, now)) return Merged::nothing;
-  if (now.document.document_element().name() != root) return Merged::nothing;
-  Merged merged = Merged::all;
+  if (!Parse(present, now)) return false;
+  if (now.document.document_element().name() != root) return false;
   for (const Change& change : file.changes) {
-    if (!Repeat(change, now.document)) merged = Merged::in_part;
+    if (!Repeat(change, now.document)) left.push_back(change);
   }
   next = Print(now);
-  return merged;
+  return true;
 }
 
 }  // namespace
@@ -360,25 +376,25 @@ int cfg_save_file(cfg_handle* handle, const char* path) {
   const auto file = FindLoadedFile(handle);
   if (file == loaded_files.end() || path == nullptr) return -1;
   const bool is_copy = file->path != path;
-  Merged merged = Merged::all;
+  std::vector<Change> left;
   const auto change = [&](const std::string* present, std::string& next) {
-    merged = Merged::all;
-    if (present == nullptr || is_copy) {
-      next = Print(*file);
-    } else {
-      merged = Merge(*file, *present, next);
-    }
-    return merged != Merged::nothing;
+    left.clear();
+    if (present != nullptr && !is_copy) return Merge(*file, *present, next, left);
+    next = Print(*file);
+    return true;
   };
   if (File_Update(path, change) != 0) return -1;
-  if (!is_copy) file->changes.clear();
-  return merged == Merged::all ? 0 : -1;
+  if (!is_copy) {
+    file->changes = left;
+    file->known = {left.begin(), left.end()};
+  }
+  return left.empty() ? 0 : -1;
 }
 
 cfg_node* cfg_add_param_node(cfg_node* root, const char* path) {
   return Opaque(FollowPath(Node(root), path, [](pugi::xml_node parent, std::string_view name) {
     pugi::xml_node child = ChildElement(parent, name);
-    if (child || !IsName(name)) return child;
+    if (child || !IsName(name, "-")) return child;
     child = parent.append_child(std::string(name).c_str());
     Remember({ChangeKind::element, child, {}});
     return child;

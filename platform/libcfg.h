@@ -48,7 +48,7 @@ int cfg_set_param_value_no_eeprom(cfg_node* node, const char* value);
  *
  * Returns 0. Returns -1 with the file untouched when it can't be written, is not a configuration
  * any more, or another saver holds it for 5 s; and -1 with all else saved when an element that was
- * changed here is gone there, or has child elements now. */
+ * changed here is gone there, or has child elements now; the next save tries that again. */
 int cfg_save_file(cfg_handle* handle, const char* path);
 
 /* The element at a dotted path below `root`, created with whatever is missing on the way to it.
@@ -59,11 +59,12 @@ cfg_node* cfg_add_param_node(cfg_node* root, const char* path);
 /* Gives a new element its value. Returns 0 or -1, as cfg_set_param_value. */
 int cfg_add_param_value(cfg_node* node, const char* value);
 
-/* Copies all attributes of `source` that XML can hold to `destination`, replacing those of the same
- * name. Returns 0. */
+/* Copies all attributes of `source` to `destination`, replacing those of the same name; but none
+ * that XML can't hold or whose name is not in ASCII. Returns 0. */
 int cfg_cp_node_attr(cfg_node* destination, cfg_node* source);
 
-/* Copies one attribute. Returns 0, or -1 when `source` has none of that name. */
+/* Copies one attribute. Returns 0, or -1 when `source` has none of that name or it can't be copied.
+ */
 int cfg_cp_node_attr_spec(cfg_node* destination, cfg_node* source, const char* name);
 
 /* The element's operation mode, its attribute "op" as a decimal number; `mode` when it is missing

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace {
 
@@ -25,6 +26,9 @@ int Connect(std::string_view path) {
   path.copy(address.sun_path, path.size());
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return -1;
+  // A daemon that is stuck leaves its queue of callers full.
+  (void)setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+  (void)setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
   const bool connected =
       connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
   return connected ? fd : Fail(fd, errno);
@@ -42,9 +46,15 @@ int Notify_Send(const char* socket_path, std::string_view message) {
   return fd;
 }
 
-// A daemon that leaves part of a long message unread resets the connection as it closes it.
-int Notify_WaitForEnd(int connection) {
+// Closing a connection resets it when something in it is unread: the rest of a message that is too
+// long, or one that was not looked at.
+int Notify_WaitForEnd(int connection, std::size_t length) {
   char unused = 0;
-  (void)setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-  return recv(connection, &unused, sizeof unused, 0) == 0 || errno == ECONNRESET ? 0 : -1;
+  if (recv(connection, &unused, sizeof unused, 0) == 0) return 0;
+  return errno == ECONNRESET && length > notify_longest_message ? 0 : -1;
+}
+
+const char* Notify_Reason() {
+  if (errno == ECONNRESET || errno == EPIPE) return "nvd has not read it";
+  return errno == EAGAIN ? "nvd is busy for more than 5 s" : std::strerror(errno);
 }

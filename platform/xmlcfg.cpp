@@ -8,6 +8,7 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "platform/libcfg.h"
 #include "platform/notify.h"
@@ -16,12 +17,13 @@
 namespace {
 
 constexpr const char* daemons_file = "/etc/device.conf";
+constexpr std::string_view standard_input = "-";
 constexpr const char* usage = "xmlcfg -g PATH FILE | -s PATH VALUE FILE | -l [PATTERN] FILE";
 constexpr const char* help =
     "usage: xmlcfg -g PATH FILE         print PATH=VALUE\n"
     "       xmlcfg -s PATH VALUE FILE   set a parameter, save the file, tell nvd\n"
     "       xmlcfg -l [PATTERN] FILE    list the parameters whose paths match a shell pattern\n"
-    "FILE \"-\" is standard input, to be read.\n";
+    "FILE \"-\" is standard input, which -g and -l read.\n";
 
 struct ConfigFile {
   std::unique_ptr<cfg_handle, decltype(&cfg_deinit)> handle{nullptr, cfg_deinit};
@@ -41,7 +43,7 @@ bool Open(const std::string& path, ConfigFile& file) {
 }
 
 bool OpenToRead(const std::string& path, ConfigFile& file) {
-  return Open(path == "-" ? "/dev/stdin" : path, file);
+  return Open(path == standard_input ? "/dev/stdin" : path, file);
 }
 
 // The line "PATH=VALUE"; empty when the node has no value.
@@ -67,11 +69,10 @@ bool IsDaemonsFile(const char* path) {
          status.st_dev == daemons.st_dev && status.st_ino == daemons.st_ino;
 }
 
-void Report(const char* path, const char* value) {
-  const std::string message = std::string(path) + "=" + value;
+void Report(std::string_view message) {
   const int connection = Notify_Send(notify_socket, message);
-  if (connection < 0) {
-    Program_Complain("saved, but nvd is not there to be told", path);
+  if (connection < 0 || Notify_WaitForEnd(connection, message.size()) != 0) {
+    Program_Complain("saved, but nvd does not know", Notify_Reason());
   } else if (message.size() > notify_longest_message) {
     const std::string lengths = "nvd takes " + std::to_string(notify_longest_message) +
                                 " bytes of PATH=VALUE, not " + std::to_string(message.size());
@@ -83,13 +84,18 @@ void Report(const char* path, const char* value) {
 int Set(char* const* operands) {
   const auto [path, value, name] = std::array{operands[0], operands[1], operands[2]};
   ConfigFile file;
+  if (name == standard_input) return Fail("can't save", "standard input can only be read");
   if (!Open(name, file)) return 1;
   cfg_node* node = cfg_find_param_node(file.root, path);
   if (Line(node, path).empty()) return Fail("no such parameter", path);
   if (cfg_set_param_value(node, value) != 0)
     return Fail("no XML file can hold this value of", path);
   if (cfg_save_file(file.handle.get(), name) != 0) return Fail("can't save", name);
-  if (IsDaemonsFile(name)) Report(path, value);
+  if (IsDaemonsFile(name)) {
+    std::string line = Line(node, path);  // a set value may be shorter than what was asked for
+    line.pop_back();
+    Report(line);
+  }
   return 0;
 }
 

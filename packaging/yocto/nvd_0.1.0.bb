@@ -13,7 +13,9 @@ DEPENDS = "pugixml"
 inherit cmake systemd update-rc.d
 
 # /bin/xmlcfg is the path that the daemon asks by, with and without merged /usr.
-EXTRA_OECMAKE = "-DBUILD_TESTING=OFF -DCMAKE_INSTALL_BINDIR=${base_bindir} \
+# nvdump is for the desk.
+EXTRA_OECMAKE = "-DBUILD_TESTING=OFF -DNVD_HARDENED=ON -DNVD_NVDUMP=OFF \
+                 -DCMAKE_INSTALL_BINDIR=${base_bindir} \
                  -DNVD_UNIT_DIR=${systemd_system_unitdir}"
 # A camera with its own libcfg and libnetwork: their recipes in DEPENDS in place of pugixml, and
 # EXTRA_OECMAKE += "-DNVD_LIBCFG=cfg -DNVD_LIBNETWORK=network"

@@ -2,10 +2,15 @@
 # SPDX-License-Identifier: MIT
 # The unmodified daemon in simulated cameras, seen as a camera's other programs see it: the EEPROM,
 # device.conf, the socket, standard output, the pid file, the LED. Only what takes a real process.
-#
-# usage: camera_test.sh BUILD [CASE]   (default: every case; status 77: this host has no sandbox)
 set -eEu
 tests=$(dirname "$(dirname "$(realpath "${BASH_SOURCE[0]}")")")
+
+usage() { echo 'usage: camera_test.sh BUILD [CASE]   (default: every case; status 77: this host has no sandbox)'; }
+
+# shellcheck source=tools/common.sh
+. "$tests/../tools/common.sh"
+answer_help "$@"
+[[ -d ${1-} ]] || wrong_usage "'${1-}' is no build folder"
 build=$(realpath "$1")
 failures=0
 exec {silence}<> <(:) # to read from it with a timeout is a sleep that takes no process
@@ -123,6 +128,8 @@ test_change_and_save() {
   expect 'age of the time stamp' '[0-9]' $(($(date +%s) - 16#$(bytes 41 4)))
   cmp "$state/conf" - <&"$reader" # whoever reads meanwhile sees the old file, whole
   expect 'files and modes' 'device.conf 640' "$(find "$state/etc" -type f -printf '%f %m')"
+  camera set StreamProfile.I0.Video.Name $'caf\303'
+  expect 'text that was cut in a character' 63616600 "$(bytes 4838 4)"
   camera set Image.OSD.Title off
   expect 'text for both paths of its row' '%T*' "$(text 1472 2)"
 
@@ -135,7 +142,8 @@ test_change_and_save() {
     # shellcheck disable=SC2086 # several words
     expect_end 1 $'?!(*\n*)' camera exec xmlcfg $words
   done
-  expect_end 0 'PTZ.Speed.ZoomSpeed=?*' camera exec xmlcfg -l '*.Zoom*eed' - <"$state/etc/device.conf"
+  sed '1i no XML' "$state/etc/device.conf" >"$state/conf"
+  { read -r && expect_end 0 'PTZ.Speed.ZoomSpeed=?*' camera exec xmlcfg -l '*.Zoom*eed' -; } <"$state/conf"
   expect_end 0 '*128*, not 129' camera set Image.OSD.Alias "$(printf 'x%.0s' {1..113})"
   camera exec xmlcfg -s General.System.HTTPPort 81 /opt/factory/device.conf
   echo precious >"$state/victim"
@@ -189,6 +197,8 @@ test_crowds() {
   wait_for is_stored 753 0058
   leave
   crowd 25 ''
+  expect_end 1 '*has not read it*' camera notify General.System.HTTPPort=90
+  expect_end 0 '*has not read it*' camera exec xmlcfg -s General.System.HTTPPort 90 /etc/device.conf
   leave
   camera set General.System.HTTPPort 89
   expect 'stored port, descriptors' "0059 $before" "$(bytes 753 2) $(descriptors)"
@@ -254,12 +264,14 @@ test_reset_button() {
   new_start
   camera set General.System.HTTPPort 8080
   camera stop
-  sed -i '/^set -eu/a od -A n -t x1 -N 4 /dev/i2c-1 >/mnt/header\nsleep 2' "$state/bin/restore"
+  sed -i '/^set -eu/a od -A n -t x1 -N 4 /dev/i2c-1 >/mnt/header\nuntil [ -e /mnt/go ]; do sleep 0.1; done' \
+    "$state/bin/restore"
   camera board --button 63
   camera button hold
   camera start
   expect log 'Reset detected, clear EEPROM...' "$(camera log)"
   expect 'LED during the reset' '* [45] ' "$(led_changes 4)"
+  touch "$state/mnt/go"
   wait_for is_stored 0 5350 # the identification is written last
   expect 'start of the image during the reset' ' 00 00 00 00' "$(<"$state/mnt/header")"
   expect 'LED after the reset' '[23] [89] ' "$(led_changes 2)"
@@ -316,6 +328,7 @@ if (($# == 1)); then
   declare -F | sed -n 's/.* test_//p' | xargs -n 1 "$0" "$build"
   exit
 fi
+[[ $# == 2 && $(type -t "test_$2") == function ]] || wrong_usage "unknown words: ${*:2}"
 "$tests/../camera/camera" sandbox || exit 77
 
 work=$(mktemp -d)

@@ -1,11 +1,17 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# nvdump's commands on files, and beside the daemon in the simulated camera. Argument: the build folder,
-# and "update" to rewrite the golden JSON and the reference page.
+# nvdump's commands on files, and beside the daemon in the simulated camera.
 set -euo pipefail
-cd "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../.."
+root=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../..
 
+usage() { echo 'usage: commands_test.sh BUILD [update]   (update: rewrites the golden JSON and the reference page)'; }
+
+# shellcheck source=tools/common.sh
+. "$root/tools/common.sh"
+answer_help "$@"
+[[ -d ${1-} && ${2-update} == update && $# -le 2 ]] || wrong_usage 'a build folder is wanted'
 build=$(realpath "$1")
+cd "$root"
 work=$(mktemp -d)
 camera() { camera/camera --build "$build" --state "$work/camera" --timeout 60 "$@"; }
 trap 'camera kill >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
@@ -47,14 +53,19 @@ json() {
 if [[ ${2-} == update ]]; then (json) >tests/golden/nvdump.json; fi
 same JSON "$(<tests/golden/nvdump.json)" "$(json)"
 
+# The image as its description has it: how many sections, the last one's address and name, the size.
+read -r sections last last_name size < <(awk -F ' *[|] *' '
+  $6 == "end" { print count, address, name, $2 }
+  NF == 8 && $3 ~ /^[0-9A-F]+$/ { ++count; address = $2; name = $5 }' docs/eeprom-image.md)
+
 # --- what verify finds: the bytes that are changed, and the lines ---
 
-same 'factory image' '14 sections, 0 findings' "$(nvdump verify "$work/image")"
+same 'factory image' "$sections sections, 0 findings" "$(nvdump verify "$work/image")"
 while IFS='|' read -r bytes expected; do
   # shellcheck disable=SC2086
   damage $bytes
   same "verify $bytes" "$(tr '|' '\n' <<<"$expected")" "$(nvdump verify "$work/damaged" | sed '$d' || true)"
-done <<'EOF_DAMAGES'
+done <<EOF_DAMAGES
 0:4d465400|0000: id header: the I/O board is in the factory's test set-up
 4:02|0000: id header: no finished identification: the next start fills the EEPROM anew
 39:ff|0000: id header: no finished identification: the next start fills the EEPROM anew
@@ -63,14 +74,14 @@ done <<'EOF_DAMAGES'
 45:0000004d|002d: ssdt header: unknown type 77
 45:00000003|002d: ssdt header: type 3 where 1 belongs
 49:02|002d: ssdt header: version 2
-50:00000246|002d: ssdt header: the chain ends at 002d: next address 0246 leads to type 3; 12 sections out of reach
-4834:00001d69|12dd: stpf0 header: next address 1d69 where 1823 belongs|27f5: stpf3 header: type 9 where 8 belongs|27f5: stpf3 header: the chain ends at 27f5: next address 2ac8 leads to type 10; 2 sections out of reach
-6179:ffffffffffffffffff|1823: stpf1 header: the chain ends at 1823: unknown type 4294967295; 5 sections out of reach
-6184:0000ffff|1823: stpf1 header: the chain ends at 1823: next address ffff leads out of the image; 4 sections out of reach
-6184:00000000|1823: stpf1 header: the chain ends at 1823: next address 0; 4 sections out of reach
-6184:0000002d|1823: stpf1 header: the chain ends at 1823: next address 002d leads back; 4 sections out of reach
-6184:00001830|1823: stpf1 header: the chain ends at 1823: next address 1830 leads to no section; 4 sections out of reach
-10957:00000100|2ac8: srex header: next address 0100 behind the last section
+50:00000246|002d: ssdt header: the chain ends at 002d: next address 0246 leads to type 3; $((sections - 2)) sections out of reach
+4834:00001d69|12dd: stpf0 header: next address 1d69 where 1823 belongs|27f5: stpf3 header: type 9 where 8 belongs|27f5: stpf3 header: the chain ends at 27f5: next address 2ac8 leads to type 10; $((sections - 12)) sections out of reach
+6179:ffffffffffffffffff|1823: stpf1 header: the chain ends at 1823: unknown type 4294967295; $((sections - 9)) sections out of reach
+6184:0000ffff|1823: stpf1 header: the chain ends at 1823: next address ffff leads out of the image; $((sections - 10)) sections out of reach
+6184:00000000|1823: stpf1 header: the chain ends at 1823: next address 0; $((sections - 10)) sections out of reach
+6184:0000002d|1823: stpf1 header: the chain ends at 1823: next address 002d leads back; $((sections - 10)) sections out of reach
+6184:00001830|1823: stpf1 header: the chain ends at 1823: next address 1830 leads to no section; $((sections - 10)) sections out of reach
+$((last + 5)):00000100|$(printf %04x "$last"): $last_name header: next address 0100 behind the last section
 54:4d|0036: ssdt ssdt_format: no rule knows the number 77
 578:03|0242: sssc sssc_group_2: no rule knows the number 3
 592:4141414141414141414141414141414141414141414141414141414141414141|0250: ssnt ssnt_addr: no terminator
@@ -99,31 +110,39 @@ done <<'EOF_STATUS'
 0|list --device image General.*
 1|diff image blank
 1|get --source image General.System.HTTPPort no.such
-1|list image no.such
+1|list image no.such General.*
+0|list image Event.Server.S1.*
 1|verify blank
 1|extract --config conf blank
 2|
 2|frobnicate
+2|verify --config no/such blank
+2|diff - -
 2|info --strict image
 2|diff image
 2|info no/such
 2|list --device nowhere
 2|build -o copy conf
+2|build -o /dev/full --force conf
 2|build -o new --strict conf
 2|build -o new blank
 2|build -o no/such/folder conf
 2|map --from x image
+2|map --section ss image
 EOF_STATUS
+same 'options of the man page' "$(nvdump --help | grep -oE '^  --[a-z]+' | tr -d ' ' | sort)" \
+  "$(sed -n '/^.Sh OPTIONS/,/^.El/p' packaging/nvdump.1 | sed -n 's/^.It//p' | grep -oE -- 'Fl -[a-z]+' | sed 's/Fl /-/' | sort)"
 same 'copy' '' "$(cmp "$work/image" "$work/copy" 2>&1)"
-same 'padded' '32768 0' "$(stat -c %s "$work/padded") $(tail -c +12075 "$work/padded" | tr -d '\377' | wc -c)"
+same 'padded' '600 32768 0' "$(stat -c '%a %s' "$work/padded") $(tail -c +$((size + 1)) "$work/padded" | tr -d '\377' | wc -c)"
 same 'a refused build' '' "$(ls "$work/new" 2>/dev/null || true)"
 same 'a broken pipe' '' "$(nvdump list "$work/image" | true; cat "$work/said")"
 same 'a control character' '\x1b' "$(damage 592:1b00 && nvdump get --source "$work/damaged" General.Network.eth0.IPAddress | cut -c 1-4)"
 
 # --- passwords: as they are, in base64 and in hex; in a broken image, too ---
 
-for command in list 'list --long --all' 'map --hex' 'map --hex --json' 'list --json --long' verify 'diff blank'; do
-  for bytes in 0:53 248:ff 50:00000246; do
+for command in list 'list --long --all' 'map --hex' 'map --hex --json' 'list --json --long' verify 'diff blank' \
+  'info --json'; do
+  for bytes in 0:53 248:ff 50:00000246 50:00002c3d 50:000001c1; do
     damage "$bytes"
     # shellcheck disable=SC2086
     (cd "$work" && nvdump $command damaged >out) || true
@@ -153,6 +172,8 @@ sed -e 's/NVC-2400/OTHER-1/' -e 's/1920x1080@30</1280x720@10</' \
 cp "$work/base" "$conf"
 cp "$work/base" "$work/camera/factory/device.conf"
 start_and_stop
+same 'another product' '0009: id id: NVC-2400 here, OTHER-1 in the configuration: the next start resets it' \
+  "$(nvdump verify --config - "$work/built" <"$work/base" | head -n 1 || true)"
 nvdump extract --config "$work/base" --templates camera/template -o "$work/extracted" "$work/built"
 same 'a restore' '' "$(cmp "$work/extracted" "$conf" 2>&1)"
 ! cmp -s "$work/base" "$conf" || same 'a restore' 'a change' 'none'

@@ -100,7 +100,8 @@ TEST(LibcfgFile, KeepsWhatNobodyChangesAndRefusesWhatIsNoConfiguration) {
   const TemporaryFolder folder;
   for (const char* content :
        {"", "text", "<root><A></root>", "<root><A>1</A></roo", "<!-- only -->", "<x/><root/>",
-        "<root>&#x000;</root>", "<!DOCTYPE root [<!ENTITY e \"y\">]><root>&e;</root>"}) {
+        "text<root/>", "<root/>text", "<root a='1' a='2'/>", "<root>&#x000;</root>",
+        "<!DOCTYPE root [<!ENTITY e \"y\">]><root>&e;</root>"}) {
     EXPECT_EQ(nullptr, Loaded(folder.Write("device.conf", content)).handle) << content;
   }
 }
@@ -128,6 +129,8 @@ constexpr std::array merges = {
           "<root><A>7</A><B>7</B></root>", "<root><A>7</A><B>own</B></root>", 0},
     Merge{[](const Loaded& file) { set_a(file), (void)file.Set("B", "own"); },
           "<root><A><C/></A><B>2</B></root>", "<root><A><C/></A><B>own</B></root>", -1},
+    Merge{[](const Loaded& file) { (void)file.Set("A", ""); }, "<root><A>x<![CDATA[y]]></A></root>",
+          "<root><A/></root>", 0},
     Merge{set_a, "<root>", "<root>", -1},
     Merge{set_a, "<device/>", "<device/>", -1},
     Merge{set_a, "", "<root><A>own</A><B op=\"1\">2</B></root>", 0},
@@ -142,6 +145,7 @@ TEST(LibcfgFile, SavesItsOwnChangesOnly) {
     if (theirs.empty()) std::filesystem::remove(file.path);
     EXPECT_EQ(result, file.Save()) << expected;
     EXPECT_EQ(expected, folder.Read("device.conf"));
+    EXPECT_EQ(result, file.Save()) << "and again: " << expected;
   }
 }
 
@@ -211,6 +215,8 @@ TEST(LibcfgFile, HoldsWhatAnotherReaderTakes) {
   for (const char* name : {"", "V.", "V.1st", "V.a b", "V.a<b", "V.\xFF", "V.\xC3\x97"}) {
     EXPECT_EQ(nullptr, cfg_add_param_node(file.root, name)) << name;
   }
+  const Loaded others(folder.Write("others", "<root a:b-1.c='1' \xC3\x97='2'/>"));
+  EXPECT_EQ(0, cfg_cp_node_attr(file.root, others.root));
   EXPECT_EQ(0, file.Save());
   EXPECT_TRUE(AnotherReaderTakes(folder.Read("device.conf")));
 }

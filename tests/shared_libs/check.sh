@@ -3,10 +3,16 @@
 # Builds nvd as a camera's maker does who has the two libraries: ours, as shared ones, in the place of
 # the sources, and no pugixml. Then runs the tests that are left for them, and lets nvd fill a blank
 # EEPROM: with a held reset button on a board without LED, so that it ends by itself.
-#
-# usage: tests/shared_libs/check.sh FOLDER   (to build in)
 set -euo pipefail
-cd "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../.."
+root=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../..
+
+usage() { echo 'usage: check.sh FOLDER   (to build in)'; }
+
+# shellcheck source=tools/common.sh
+. "$root/tools/common.sh"
+answer_help "$@"
+[[ $# == 1 && $1 != -* ]] || wrong_usage 'one folder is wanted'
+cd "$root"
 work=$(realpath -m "$1")
 mkdir -p "$work"
 

@@ -4,11 +4,18 @@
 # own programs do, between messages of every other kind. At first the EEPROM refuses the writes behind
 # an address. In the end EEPROM and configuration must agree, and the daemon must not have grown. With
 # 0 messages, only looks whether they agree.
-#
-# usage: soak.sh BUILD STATE MESSAGES SEED
-# Exit status: 0 all is well, 1 it is not, 3 the daemon went away.
 set -eu
 root=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../..
+
+usage() {
+  echo 'usage: soak.sh BUILD STATE MESSAGES SEED   (tools/soak starts the camera and this)'
+  echo 'Exit status: 0 all is well, 1 it is not, 2 wrong usage, 3 the daemon went away.'
+}
+
+# shellcheck source=tools/common.sh
+. "$root/tools/common.sh"
+answer_help "$@"
+[[ $# == 4 && -d $1 && -d $2 && $3$4 =~ ^[0-9]+$ ]] || wrong_usage 'two folders and two numbers are wanted'
 build=$1 state=$2 messages=$3 RANDOM=$4
 pid=$(<"$state/run/nvd.pid")
 readonly senders=4 most_growth_kb=256

@@ -106,15 +106,21 @@ std::string GoldenBytes() {
   return bytes;
 }
 
+// Behind the identification section.
+constexpr std::size_t first_section = 45;
+constexpr std::size_t sections_size = EEPROM_IMAGE_SIZE - first_section;
+const std::string whole_fill = "45+" + std::to_string(sections_size) + " 0+45";
+
 TEST(Image, OfTheFactoryConfigurationIsGolden) {
   FitFactoryCamera();
   std::string output;
   const auto start = [] { EXPECT_EQ(identification_empty, StartDaemon()); };
-  EXPECT_EQ("45+12029 0+45", WrittenBy([&] { output = OutputOf(start); })) << "identification last";
+  EXPECT_EQ(whole_fill, WrittenBy([&] { output = OutputOf(start); })) << "identification last";
   ExpectLines({"\neeprom is empty, starting eeprom initial...\nid=NVC-2400,time=16909060\n",
-               "\nSection Type=0xa,Section Version=0x1,next address=0x0\n"},
+               "Section Version=0x1,next address=0x0\n"},
               output);
-  EXPECT_TRUE(GoldenBytes() == Stored(0, 41) + Stored(45, 12029)) << "see tools/update-golden";
+  EXPECT_TRUE(GoldenBytes() == Stored(0, 41) + Stored(first_section, sections_size))
+      << "see tools/update-golden";
   EXPECT_EQ("\1\2\3\4"sv, Stored(41, 4));
 }
 
@@ -186,15 +192,15 @@ TEST(Identification, OfATestBoardOrAClearedHeaderIsNone) {
   EXPECT_EQ("0+4", WrittenBy(Nv_ClearEepromHeader));
   Store(0, "MFT\0"sv);
   EXPECT_TRUE(Nv_IsMftBoard(eeprom_handle));
-  EXPECT_EQ("45+12029 0+45", WrittenBy([] { EXPECT_EQ(identification_empty, Start()); }));
+  EXPECT_EQ(whole_fill, WrittenBy([] { EXPECT_EQ(identification_empty, Start()); }));
 }
 
 TEST(Start, LeavesAMatchingImageAlone) {
   FitStartedCamera();
   camera.reads = 0;
   EXPECT_EQ("", WrittenBy([] { EXPECT_EQ(identification_match, Start()); }));
-  EXPECT_EQ(45 + 12074, camera.reads);
-  EXPECT_EQ(14U, ChainLength());
+  EXPECT_EQ(long{45 + EEPROM_IMAGE_SIZE}, camera.reads);
+  EXPECT_EQ(chain_sections, ChainLength());
   EXPECT_EQ((Actions{"listen"}), camera.actions) << "nothing is saved";
 }
 
@@ -277,7 +283,7 @@ TEST(ReadBack, EndsWhateverTheChainSays) {
     const char* line;
   };
   const std::vector<Case> cases = {
-      {586, "\2", 14,
+      {586, "\2", chain_sections,
        "Unsupported data version 2, section type 3\nNv_ReadBackCheck: Read section error.\n"},
       {4829, "\0\0\0\x08\1\0\0\x12\xDD"s, 9,
        "Nv_ReadBackCheck: Section chain loops at address 0x12dd.\n"},
@@ -292,13 +298,13 @@ TEST(ReadBack, EndsWhateverTheChainSays) {
     EXPECT_EQ(each.sections, ChainLength()) << each.line;
   }
   // Every section type at every place of the chain: rows by position, payload by type.
-  for (std::uint8_t type = 0; type <= 11; ++type) {
+  for (const SectionMap& map : section_maps) {
     camera.chip = filled;
     for (std::size_t at = 45; at != 0; at = 256U * camera.chip[at + 7] + camera.chip[at + 8]) {
-      camera.chip[at + 3] = type;
+      camera.chip[at + 3] = static_cast<std::uint8_t>(map.type);
     }
     (void)ReadBack();
-    EXPECT_EQ(14U, ChainLength());
+    EXPECT_EQ(chain_sections, ChainLength());
   }
   camera.absent = true;
   (void)ReadBack();
@@ -310,7 +316,7 @@ TEST(ReadBack, EndsWhateverTheChainSays) {
 TEST(PowerCut, InAFillOrResetCostsNothing) {
   FitStartedCamera();
   const std::string file = camera.files[device_conf];
-  const std::string sections = Stored(45, 12029);
+  const std::string sections = Stored(first_section, sections_size);
   std::map<int, int> outcomes;
   const auto check = [&] {
     if (Stored(0, 4) != "SPRK" && outcomes[identification_empty] % 97 != 0) {
@@ -321,7 +327,7 @@ TEST(PowerCut, InAFillOrResetCostsNothing) {
     const bool is_torn = Stored(5, 4).find('\xA5') != std::string::npos;
     ++outcomes[Start()];
     EXPECT_TRUE(sections == Stored(45, sections.size()));
-    EXPECT_TRUE(is_torn || ChainLength() == 14);
+    EXPECT_TRUE(is_torn || ChainLength() == chain_sections);
     EXPECT_EQ(file, camera.files[device_conf]);
   };
   const auto fill = [] { (void)OutputOf([] { EXPECT_EQ(0, Nv_InitEEprom()); }); };
@@ -359,7 +365,7 @@ const std::vector<Message> messages = {
     {"remove_stpf=1", "", "6179+1350", "\0\0\1\0"s, 6245, "StreamProfile.I1"},
     {"remove_userX=1", "i=2\ni=7\ni=12\n", "321+32 41+4 481+32 41+4 579+1 41+4", std::string(32, '\0'), 321, "General.UserID.U1"},
     {"remove_record=0", "", "10239+1 41+4 10504+64 41+4 10568+64 41+4 10632+64 41+4 10696+64 41+4 11357+1 41+4 11562+64 41+4 11626+64 41+4 11690+64 41+4 11818+64 41+4", "\0"s, 10239, "Event.Scheduled.S0"},
-    {"remove_server=1", "remove sever=1\nNsIndex=-1\n", "10952+1122", "\0\0\0\x0A\1\0\0\0\0\0"s, 10952, "Event.S"},
+    {"remove_server=1", "remove sever=1\nNsIndex=-1\n", "10952+1122", "\0"s, 10961, "Event.S"},
     {"add_serverns=2", "NsIndex=2\n", "10961+1", "\1", 10961, "Event.S"},
     {"General.Brand.ProdNbr=" + std::string(40, 'n'), "", "9+32", std::string(32, 'n'), 9, "General.Brand.ProdNbr"},
     {"General.Brand.ProdNbr=Z", "", "9+32", "Z" + std::string(31, '\0'), 9, "General.Brand.ProdNbr"},
@@ -403,9 +409,9 @@ TEST(PowerCut, InAMessageCostsItsOwnFieldsOnly) {
     std::map<std::string, int> outcomes;
     const auto check = [&] {
       const int found = Start();
-      ++outcomes[found != identification_match ? "another product's"
-                 : ChainLength() != 14         ? "torn chains"
-                                               : "matching"];
+      ++outcomes[found != identification_match     ? "another product's"
+                 : ChainLength() != chain_sections ? "torn chains"
+                                                   : "matching"];
       for (const auto& [path, value] : settings) {
         if (path.starts_with(message.own)) SetParameter(path, value);
       }

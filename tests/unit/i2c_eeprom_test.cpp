@@ -85,15 +85,15 @@ TEST(I2cEeprom, ReadsByteByByte) {
 TEST(Section, OfAnUnknownTypeLeavesItsHeader) {
   FitCamera();
   SectionRecord record;
-  record.type = SectionType{11};
+  record.type = SectionType{77};
   record.address = 100;
   EXPECT_FALSE(Section_Prepare(record));
-  EXPECT_EQ("EEprom_WriteSection: Unknown section type 11.\n",
+  EXPECT_EQ("EEprom_WriteSection: Unknown section type 77.\n",
             OutputOf([&record] { EXPECT_EQ(0, EEprom_WriteSection(fd, record)); }));
   EXPECT_EQ(100U, record.address);
-  EXPECT_EQ("\0\0\0\x0B\0\0\0\0\0\xFF"sv, Stored(100, 10));
+  EXPECT_EQ("\0\0\0M\0\0\0\0\0\xFF"sv, Stored(100, 10));
   record.data.resize(1);
-  EXPECT_EQ("EEprom_ReadSection: Unknown section type 11.\n",
+  EXPECT_EQ("EEprom_ReadSection: Unknown section type 77.\n",
             OutputOf([&record] { EXPECT_EQ(-1, EEprom_ReadSection(fd, record)); }));
   EXPECT_TRUE(record.data.empty());
 }

@@ -54,7 +54,7 @@ TEST(ListInstance, HasEveryChildAndAttributeOfItsTemplate) {
   EXPECT_NE(std::string::npos,
             camera.files[device_conf].find(
                 "<M0 op=\"3\"><Type op=\"1\" values=\"a,b\">video</Type><Upload op=\"2\"><Path>/x "
-                "&amp; y</Path></Upload><PreAlarm></PreAlarm><PostAlarm></PostAlarm></M0>"))
+                "&amp; y</Path></Upload><PreAlarm/><PostAlarm/></M0>"))
       << camera.files[device_conf];
   EXPECT_EQ(-1, NsIndex);
 }
