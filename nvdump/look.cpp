@@ -81,6 +81,7 @@ std::string ParametersText(const Image& image, const std::vector<StoredParameter
     return Json_Text(json);
   }
   std::vector<std::vector<std::string>> rows;
+  rows.reserve(parameters.size());
   for (const StoredParameter& parameter : parameters) {
     rows.push_back(ParameterRow(image, parameter, options));
   }

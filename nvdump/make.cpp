@@ -66,9 +66,10 @@ std::vector<std::string> LossesOf(const ConfigFile& config, const Image& image,
     if (value == values.end()) {
       losses.push_back(path + ": not in the configuration");
     } else if (!value->second.empty() && value->second != stored) {
-      const std::string end =
-          stored.empty() ? " does not come back" : " comes back as " + Quoted(stored, is_shown);
-      losses.push_back(path + ": " + Quoted(value->second, is_shown) + end);
+      const std::string before = Quoted(value->second, is_shown);
+      const std::string after = stored.empty() ? "" : " as " + Quoted(stored, is_shown);
+      losses.push_back(Format("%s: %s %s%s", path.c_str(), before.c_str(),
+                              stored.empty() ? "does not come back" : "comes back", after.c_str()));
     }
   }
   return losses;
