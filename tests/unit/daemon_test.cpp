@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "config/change_propagation.h"
@@ -91,15 +90,15 @@ void ExpectLines(std::initializer_list<std::string_view> lines, const std::strin
 
 // Lines of "ADDRESS NAME BYTES... = VALUE"; "00*12" is a run of equal bytes.
 std::string GoldenBytes() {
-  static const std::regex line_form(R"(\w{4}  (?:\[.*\]|\(.*\)|\S+) +([0-9a-f* ]+) = .*)");
   std::ifstream file(GOLDEN_FOLDER "/factory_image.txt");
   std::string bytes;
-  std::smatch match;
   for (std::string line, word; std::getline(file, line);) {
-    if (!std::regex_match(line, match, line_form)) continue;
-    std::istringstream words(match[1]);
+    std::istringstream words(line.substr(0, line.find(" = ")));
     while (words >> word) {
-      const std::size_t count = word.size() > 2 ? std::stoul(word.substr(3)) : 1;
+      const std::string_view repeated = std::string_view(word).substr(2);
+      const bool is_byte = word.find_first_not_of("0123456789abcdef") >= 2;
+      if (!is_byte || (!repeated.empty() && repeated[0] != '*')) continue;
+      const std::size_t count = repeated.empty() ? 1 : std::stoul(word.substr(3));
       bytes.append(count, static_cast<char>(std::stoi(word, nullptr, 16)));
     }
   }
