@@ -2,6 +2,7 @@
 // What differs from another image: diff.
 #include <algorithm>
 
+#include "nvdump/json.h"
 #include "nvdump/options.h"
 #include "nvdump/output.h"
 #include "nvdump/source.h"

@@ -2,6 +2,7 @@
 // What an image holds: info, list, get.
 #include <algorithm>
 
+#include "nvdump/json.h"
 #include "nvdump/options.h"
 #include "nvdump/output.h"
 #include "nvdump/source.h"

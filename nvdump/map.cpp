@@ -2,6 +2,7 @@
 // Every byte of an image with what it means, and the same without an image as a reference page.
 #include <algorithm>
 
+#include "nvdump/json.h"
 #include "nvdump/options.h"
 #include "nvdump/output.h"
 #include "nvdump/source.h"

@@ -30,17 +30,6 @@ std::vector<std::size_t> ColumnWidths(const std::vector<std::vector<std::string>
 
 }  // namespace
 
-Json Json_Head(const char* command, const Image& image) {
-  return {
-      {"schema", json_schema},
-      {"command", command},
-      {"source", {{"name", image.name}, {"adapter", image.adapter}, {"size", image.bytes.size()}}}};
-}
-
-std::string Json_Text(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-}
-
 std::string TableText(const std::vector<std::vector<std::string>>& rows) {
   const std::vector<std::size_t> widths = ColumnWidths(rows);
   std::string text;

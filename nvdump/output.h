@@ -1,24 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Output for people and for programs.
+// Output for people; json.h has that for programs.
 #pragma once
 
-#include <nlohmann/json.hpp>
-
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
-
-#include "nvdump/image.h"
-
-using Json = nlohmann::ordered_json;
-
-// The version of the object that --json prints: more members may come, none changes its meaning.
-inline constexpr int json_schema = 1;
-
-// The object's first members: schema, command and source.
-Json Json_Head(const char* command, const Image& image);
-
-// The object as text; bytes that are no UTF-8 become U+FFFD.
-std::string Json_Text(const Json& json);
 
 // Rows as lines: columns aligned on a terminal, separated by a tab elsewhere.
 std::string TableText(const std::vector<std::vector<std::string>>& rows);

@@ -4,6 +4,7 @@
 
 #include "eeprom/backup.h"
 #include "nvdump/apply.h"
+#include "nvdump/json.h"
 #include "nvdump/options.h"
 #include "nvdump/output.h"
 #include "nvdump/source.h"
