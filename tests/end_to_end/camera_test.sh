@@ -214,6 +214,7 @@ test_crowds() {
   wait_for is_stored 753 005a
   leave
   prlimit --pid "$pid" --nofile=100:
+  camera notify No.Such.Path=0 # served behind all who have left
 
   crowd 19 ''
   camera notify -n No.Such.Path=1 # wakes the daemon up to serve them all
