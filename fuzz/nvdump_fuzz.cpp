@@ -9,8 +9,8 @@
 #include <cstdlib>
 
 #include "daemon/log.h"
+#include "nvdump/json.h"
 #include "nvdump/options.h"
-#include "nvdump/output.h"
 #include "nvdump/source.h"
 
 namespace {
@@ -52,7 +52,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   log_is_silent = true;
   static const int file = memfd_create("image", 0);
   static const std::string factory = FileOf(memfd_create("factory", 0), FactoryImage());
-  Options options{.command = "fuzz", .operands = {FileOf(file, ImageOf({data, size}))}};
+  Options options;
+  options.command = "fuzz";
+  options.operands = {FileOf(file, ImageOf({data, size}))};
   options.all = options.hex = options.is_long = true;
   for (options.json = false;; options.json = true) {
     for (const auto command : {Info, List, Map, Verify, Diff}) {
