@@ -64,7 +64,7 @@ text() { dd if="$state/eeprom" bs=1 skip="$1" count="$2" status=none | tr -d '\0
 is_stored() { [[ $(bytes "$1" 2) == "$2" ]]; }
 # The addresses that differ from the file "before", the time stamp's four left out.
 changed() { cmp -l "$state/before" "$state/eeprom" | awk '$1 < 42 || $1 > 45 { printf "%d ", $1 - 1 }'; }
-left_behind() { find "$state/run" "$state/tmp" -name 'nv*' -printf '%f '; }
+left_behind() { find "$state/run" "$state/tmp" -maxdepth 1 -name 'nv*' -printf '%f '; }
 descriptors() { find "/proc/$pid/fd" | wc -l; }
 ticks() { awk '{ print $14 + $15 }' "/proc/$pid/stat"; }
 

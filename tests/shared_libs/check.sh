@@ -19,7 +19,7 @@ mkdir -p "$work"
 cc -x c -std=c11 -Wall -Wextra -Werror -fsyntax-only \
   -include platform/libcfg.h -include platform/libnetwork.h /dev/null
 shared() { c++ -std=c++20 -shared -fPIC -I. -o "$work/$1.so" "platform/$1.cpp" "${@:2}"; }
-shared libcfg platform/file.cpp -lpugixml
+shared libcfg platform/file.cpp platform/utf8.cpp -lpugixml
 shared libnetwork
 cmake --no-warn-unused-cli -S . -B "$work" -G Ninja -DCMAKE_DISABLE_FIND_PACKAGE_pugixml=ON \
   -DNVD_LIBCFG="$work/libcfg.so" -DNVD_LIBNETWORK="$work/libnetwork.so" >/dev/null

@@ -58,6 +58,9 @@ run() {
 
 footprint() { echo "$(awk '/^VmRSS/ { print $2 }' "/proc/$pid/status") $(find "/proc/$pid/fd" | wc -l)"; }
 
+# Without the daemon each step fails in a way of its own.
+trap 'status=$?; ((status == 0)) || [[ -e /proc/$pid ]] || exit 3' EXIT
+
 if ((messages > 0)); then
   prlimit --pid "$pid" --fsize=6144: # whoever started the daemon has made it ignore SIGXFSZ
   run $((messages / 10))
