@@ -127,12 +127,12 @@ ConfigFile Source_OpenConfig(const WorkingCopy& copy, const std::string& name) {
 }
 
 Image Source_Build(const ConfigFile& config, std::uint32_t time) {
-  constexpr int on_memory = 0;  // any number will do
+  constexpr int any_number = 0;
   Image image;
   image.adapter = "configuration";
   Image_Fit(image);
-  Image_WriteSections(on_memory, config.root);
-  Image_WriteIdentification(on_memory, product_number, time);
+  Image_WriteSections(any_number, config.root);
+  Image_WriteIdentification(any_number, product_number, time);
   image.bytes = i2c_memory;
   return image;
 }
