@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "config/store.h"
+#include "eeprom/backup.h"
 #include "eeprom/restore.h"
 #include "param/base64.h"
 #include "param/section_map.h"
@@ -256,6 +257,45 @@ TEST(Conversion, SurvivesAModuleSwap) {
   EXPECT_NE(settled, camera.files[device_conf]);
   (void)OutputOf([] { EXPECT_EQ(0, Nv_ReadBackCheck()); });
   EXPECT_EQ(settled, camera.files[device_conf]);
+}
+
+// What stands between backquotes in a column of the page.
+Texts Quoted(const std::string& column) {
+  Texts texts = Split(column, '`');
+  for (std::size_t i = 0; i < texts.size(); ++i) texts.erase(texts.begin() + static_cast<long>(i));
+  return texts;
+}
+
+// "| parameter | what is kept | `PATH=VALUE` ... | `VALUE` or nothing |"; what comes back is the
+// first path's.
+TEST(Conversion, GivesBackWhatThePageSays) {
+  std::ifstream page(DOCS_FOLDER "/values.md");
+  int examples = 0;
+  for (std::string line; std::getline(page, line);) {
+    const Texts columns = Split(line, '|');
+    if (columns.size() != 5 || !columns[3].starts_with('`')) continue;
+    const Texts settings = Quoted(columns[3]);
+    const Texts back = Quoted(columns[4]);
+    const std::string path = settings[0].substr(0, settings[0].find('='));
+    FitFactoryCamera();
+    for (const std::string& setting : settings) {
+      const std::size_t equals = setting.find('=');
+      SetParameter(setting.substr(0, equals), setting.substr(equals + 1));
+    }
+    (void)OutputOf([] { EXPECT_EQ(0, Nv_InitEEprom()); });
+    const std::string set = Parameter(path);
+    const auto restored = [&path] {
+      (void)OutputOf([] { EXPECT_EQ(0, Nv_ReadBackCheck()); });
+      return Parameter(path);
+    };
+    EXPECT_EQ(back.empty() ? set : back[0], restored()) << "after a restart: " << line;
+    camera.files[device_conf] = camera.factory_file;
+    const std::string factory = Parameter(path);
+    EXPECT_EQ(back.empty() ? factory : back[0], restored()) << "in a new module: " << line;
+    EXPECT_NE(set, Parameter(path)) << "nothing to see: " << line;
+    ++examples;
+  }
+  EXPECT_EQ(57, examples);
 }
 
 TEST(Account, IsCutToItsBuffer) {
