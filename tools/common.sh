@@ -45,3 +45,11 @@ build() {
   quietly cmake --preset "$1"
   compile "build/$1" "${@:2}"
 }
+
+# like_golden GOLDEN FILE: a long difference is cut, so that its last line is seen.
+like_golden() {
+  diff -u "$1" "$2" >"$2.diff" && return
+  head -n 40 "$2.diff" >&2
+  echo "$(grep -c '^[-+]' "$2.diff") lines of difference; if they are meant: tools/update-golden" >&2
+  return 1
+}
