@@ -3,16 +3,13 @@
 // "LibcfgFile" is what ours does with a file.
 #include "platform/libcfg.h"
 
+#include <expat.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/wait.h>
 
 #include <random>
-
-#if __has_include(<expat.h>)
-#include <expat.h>
-#endif
 
 #include "tests/platform/temporary_folder.h"
 
@@ -179,7 +176,6 @@ TEST(LibcfgFile, LosesNothingBesideOtherSavers) {
   EXPECT_EQ(0, file.Save());
 }
 
-#ifdef XML_MAJOR_VERSION
 bool AnotherReaderTakes(const std::string& xml) {
   XML_ParserStruct* reader = XML_ParserCreate("UTF-8");
   const auto result = XML_Parse(reader, xml.data(), static_cast<int>(xml.size()), 1);
@@ -220,6 +216,5 @@ TEST(LibcfgFile, HoldsWhatAnotherReaderTakes) {
   EXPECT_EQ(0, file.Save());
   EXPECT_TRUE(AnotherReaderTakes(folder.Read("device.conf")));
 }
-#endif
 
 }  // namespace

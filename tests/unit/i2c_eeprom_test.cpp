@@ -54,12 +54,12 @@ TEST(I2cEeprom, SendsExactlyTheseTransfers) {
 }
 
 TEST(I2cEeprom, StopsAtTheFirstRefusedTransfer) {
-  for (const unsigned refused : {0U, 1U}) {
+  for (const int refused : {0, 1}) {
     FitCamera();
     camera.refuse_write = refused;
     EXPECT_EQ("I2C_WRITE error!\n",
               OutputOf([] { EXPECT_EQ(-1, EEprom_WriteDword(fd, 0x00FF, 0x11223344, big)); }));
-    EXPECT_EQ(refused + 1, camera.writes.size());
+    EXPECT_EQ(refused + 1, std::ssize(camera.writes));
   }
 }
 
