@@ -32,6 +32,17 @@ quietly() {
   return "$status"
 }
 
+# download COMMAND...: with patience, for a mirror may be in the middle of an update.
+download() {
+  local pause
+  for pause in 10 60; do
+    ! quietly "$@" || return 0
+    echo "That download failed; once more in $pause s." >&2
+    sleep "$pause"
+  done
+  quietly "$@" || { echo "The download has failed three times; the mirror or the network may be at fault: $*" >&2 && return 1; }
+}
+
 # compile FOLDER [ARGUMENT...]: builds what is configured there; a terminal gets Ninja's one line.
 compile() {
   echo "Building $1 ..."
