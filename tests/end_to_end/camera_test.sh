@@ -280,6 +280,7 @@ test_reset_button() {
   expect_values General.System.HTTPPort=80
   expect_end 0 'NVC-2400: running, *, not serving' camera status
   expect 'pid file' '' "$(ls "$state/run")"
+  expect_end 1 "*only 'camera kill' ends it" camera stop
   camera kill
   camera board --led 0
   expect_end 0 'Reset detected, clear EEPROM...*' camera run
