@@ -56,15 +56,14 @@ void ReportMatch(std::string_view path) {
   (void)std::fflush(stdout);  // a trace shows what led to the transfer behind it
 }
 
-// Puts a lowered setting into the configuration.
-void LowerSetting(cfg_node* root, const PathText& path, const ValueSlot& value,
-                  SettingLowered tell) {
+// Puts a lowered setting into the configuration and into the EEPROM.
+void LowerSetting(cfg_node* root, const PathText& path, const ValueSlot& value) {
   // The parameter has just been read, and a number fits everywhere.
   (void)cfg_set_param_value(cfg_find_param_node(root, path.data()), value.data());
-  if (tell != nullptr) tell(path, value);
+  (void)Nv_HandleParameterChange(path.data(), Slot_Text(value));
 }
 
-bool ClampResolutions(cfg_node* root, SettingLowered tell) {
+bool ClampResolutions(cfg_node* root) {
   std::array<int, 2> largest{};
   const ValueSlot limit = Nv_ParameterValue(root, "ImageSource.I0.Config.MaxResolution");
   if (Text_ScanInts(Slot_Text(limit), "%dx%d", largest.data()) != 2) return false;
@@ -77,13 +76,13 @@ bool ClampResolutions(cfg_node* root, SettingLowered tell) {
     const int numbers = Text_ScanInts(Slot_Text(value), "%dx%d", size.data());
     if (numbers < 1 || size[0] <= largest[0]) continue;
     Text_Format(value, "%dx%d", largest[0], largest[1]);
-    LowerSetting(root, path, value, tell);
+    LowerSetting(root, path, value);
     changed = true;
   }
   return changed;
 }
 
-bool ClampFrameRates(cfg_node* root, SettingLowered tell) {
+bool ClampFrameRates(cfg_node* root) {
   std::array<int, 3> mode{};  // width, height, frames per second
   const ValueSlot capture_mode = Nv_ParameterValue(root, "ImageSource.I0.Config.CaptureMode");
   if (Text_ScanInts(Slot_Text(capture_mode), "%dx%d@%d", mode.data()) != 3) return false;
@@ -94,7 +93,7 @@ bool ClampFrameRates(cfg_node* root, SettingLowered tell) {
     if (!Nv_ReadParameter(root, path.data(), value)) continue;
     if (Text_ToInt(Slot_Text(value)) <= mode[2]) continue;
     Slot_SetNumber(value, mode[2]);
-    LowerSetting(root, path, value, tell);
+    LowerSetting(root, path, value);
     changed = true;
   }
   return changed;
@@ -151,19 +150,12 @@ void Nv_TouchIdentification() {
                           Host_Time(), 4, ByteOrder::big_endian);
 }
 
-bool Config_ClampStreams(cfg_node* root, SettingLowered tell) {
-  const bool resolutions_changed = ClampResolutions(root, tell);
-  const bool frame_rates_changed = ClampFrameRates(root, tell);
-  return resolutions_changed || frame_rates_changed;
-}
-
 int Nv_ClampStreamSettings() {
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
-  const auto tell_eeprom = [](const PathText& path, const ValueSlot& value) {
-    (void)Nv_HandleParameterChange(path.data(), Slot_Text(value));
-  };
-  if (Config_ClampStreams(config.root, tell_eeprom)) {
+  const bool resolutions_changed = ClampResolutions(config.root);
+  const bool frame_rates_changed = ClampFrameRates(config.root);
+  if (resolutions_changed || frame_rates_changed) {
     (void)cfg_save_file(config.handle.get(), device_conf);
   }
   return 0;

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "config/section_list.h"
-#include "config/store.h"
 #include "sections/section_record.h"
 
 // A change notice: rewrites every field whose row names the parameter `key`. Returns 0.
@@ -22,11 +21,6 @@ int Nv_UpdateSectionData(std::string_view key, std::string_view value, std::size
 // Writes the current time into the identification section.
 void Nv_TouchIdentification();
 
-// Lowers the stream profiles' resolutions and frame rates to what the sensor can do. `tell` hears
-// of each setting that was lowered; null: nobody does. Returns whether there was any.
-using SettingLowered = void (*)(const PathText& path, const ValueSlot& value);
-bool Config_ClampStreams(cfg_node* root, SettingLowered tell);
-
-// The same in the live configuration and in the EEPROM. Returns 0, or -1 when the configuration
-// can't be opened.
+// Lowers the stream profiles' resolutions and frame rates to what the sensor can do, in the
+// configuration and in the EEPROM. Returns 0, or -1 when the configuration can't be opened.
 int Nv_ClampStreamSettings();

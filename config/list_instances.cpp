@@ -10,6 +10,8 @@
 #include "daemon/log.h"
 #include "platform/file.h"
 
+const char* template_folder = "/opt/template";
+
 const ListKind network_storage_list = {
     .template_name = "NetworkStorage",
     .list_path = "Event.Server",
@@ -52,9 +54,9 @@ struct Template {
   cfg_node* node = nullptr;  // null: reported, not usable
 };
 
-Template LoadTemplate(const char* name, const char* folder) {
+Template LoadTemplate(const char* name) {
   Template loaded;
-  loaded.handle.reset(Nv_OpenTemplate(name, folder));
+  loaded.handle.reset(Nv_OpenTemplate(name));
   if (!loaded.handle) {
     Nv_Print("#Error: %s not supported yet\n", name);
     return loaded;
@@ -160,27 +162,13 @@ std::optional<int> RequestedIndex(const ListKind& list, const char* path) {
   return index;
 }
 
-}  // namespace
-
-cfg_handle* Nv_OpenTemplate(const char* name, const char* folder) {
-  if (name == nullptr) return nullptr;
-  PathText path;
-  Text_Format(path, "%s/%s.xml", folder, name);
-  if (!File_Exists(path.data())) {
-    Nv_Print("#Error: %s not exist !!\n", path.data());
-    return nullptr;
-  }
-  cfg_handle* handle = cfg_init(path.data());
-  if (handle == nullptr) Nv_Print("#Error: unable to open template file\n");
-  return handle;
-}
-
-bool List_AddInstance(const ListKind& list, const char* folder, cfg_node* device_root,
-                      const char* path) {
+// Adds the instance that `path` needs. Returns whether to save the configuration, also when there
+// was nothing to add; false for a template that can't be used.
+bool AddMissing(const ListKind& list, cfg_node* device_root, const char* path) {
   const bool first_free = list.index_pattern == nullptr;
   std::optional<int> index = first_free ? no_index : RequestedIndex(list, path);
   if (!index) return false;
-  const Template loaded = LoadTemplate(list.template_name, folder);
+  const Template loaded = LoadTemplate(list.template_name);
   if (loaded.node == nullptr) return false;
   cfg_node* list_node = cfg_find_param_node(device_root, list.list_path);
   if (list_node == nullptr) {
@@ -194,9 +182,24 @@ bool List_AddInstance(const ListKind& list, const char* folder, cfg_node* device
   return !is_missing || AddInstance(list, device_root, *index, loaded.node);
 }
 
+}  // namespace
+
+cfg_handle* Nv_OpenTemplate(const char* name) {
+  if (name == nullptr) return nullptr;
+  PathText path;
+  Text_Format(path, "%s/%s.xml", template_folder, name);
+  if (!File_Exists(path.data())) {
+    Nv_Print("#Error: %s not exist !!\n", path.data());
+    return nullptr;
+  }
+  cfg_handle* handle = cfg_init(path.data());
+  if (handle == nullptr) Nv_Print("#Error: unable to open template file\n");
+  return handle;
+}
+
 void Nv_AddListInstance(const ListKind& list, cfg_handle* device, cfg_node* device_root,
                         const char* path) {
-  if (!List_AddInstance(list, template_folder, device_root, path)) return;
+  if (!AddMissing(list, device_root, path)) return;
   // A save that fails leaves the instance in the tree, and the walk's own save comes later.
   (void)cfg_save_file(device, device_conf);
   if (list.sets_ns_index) Nv_Print("NsIndex=%d\n", NsIndex);

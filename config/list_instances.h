@@ -21,18 +21,15 @@ extern const ListKind stream_profile_list;
 extern const ListKind user_list;
 extern const ListKind scheduled_event_list;
 
-inline constexpr const char* template_folder = "/opt/template";
+// Where the templates are: "/opt/template", unless a program that is not the daemon points it
+// elsewhere before anything else.
+extern const char* template_folder;
 
-// Adds the instance that `path` needs, complete with every child and attribute of the template in
-// `folder`. Returns whether to save the configuration, also when there was nothing to add; false
-// for a template that can't be used, reported with a line that begins with "#Error: ".
-bool List_AddInstance(const ListKind& list, const char* folder, cfg_node* device_root,
-                      const char* path);
-
-// The same with the camera's templates, and saves the live configuration. The handle stays the
-// caller's.
+// Adds the instance that `path` needs, complete with every child and attribute of its template, and
+// saves the live configuration, also when there was nothing to add; not for a template that can't
+// be used, reported with a line that begins with "#Error: ". The handle stays the caller's.
 void Nv_AddListInstance(const ListKind& list, cfg_handle* device, cfg_node* device_root,
                         const char* path);
 
 // Opens a template file. Returns a handle that the caller closes; or null, reported.
-cfg_handle* Nv_OpenTemplate(const char* name, const char* folder = template_folder);
+cfg_handle* Nv_OpenTemplate(const char* name);

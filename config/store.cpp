@@ -4,14 +4,15 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "platform/host.h"
+#include "platform/shell.h"
 
+const char* device_conf = "/etc/device.conf";
 ValueSlot product_number;
 std::int32_t NsIndex;
 
-ConfigFile Nv_OpenConfig(const char* path) {
+ConfigFile Nv_OpenConfig() {
   ConfigFile file;
-  file.handle.reset(cfg_init(path));
+  file.handle.reset(cfg_init(device_conf));
   if (file.handle) file.root = cfg_find_param_node(file.handle.get(), "root");
   return file;
 }
@@ -60,42 +61,36 @@ void Nv_QueryParameter(const char* path, ValueSlot& value) {
       std::snprintf(command.data(), command.size(), "/bin/xmlcfg -g %s %s 2>&1", path, device_conf);
   if (length < 0 || static_cast<std::size_t>(length) >= command.size()) return;
   std::array<char, 128> word;
-  if (!Host_ReadFirstWord(command.data(), word)) return;
+  if (!Shell_ReadFirstWord(command.data(), word)) return;
   const std::string_view answer = word.data();
   const std::size_t equals = answer.find('=');
   if (equals != std::string_view::npos) Slot_SetText(value, answer.substr(equals + 1));
 }
 
-void Nv_FactoryReset() { (void)Host_RunCommand("restore"); }
+void Nv_FactoryReset() { (void)Shell_Run("restore"); }
 
 void Nv_SetProductNumber(std::string_view text) { Slot_SetText(product_number, text); }
-
-void Nv_ReadProductNumber(cfg_node* root) {
-  ValueSlot value;
-  if (Nv_ReadParameter(root, "General.Brand.ProdNbr", value)) Nv_SetProductNumber(Slot_Text(value));
-}
 
 int Nv_LoadProductNumber() {
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
-  Nv_ReadProductNumber(config.root);
+  ValueSlot value;
+  if (Nv_ReadParameter(config.root, "General.Brand.ProdNbr", value)) {
+    Nv_SetProductNumber(Slot_Text(value));
+  }
   return 0;
 }
 
-void Nv_ReadNetworkStorageIndex(cfg_node* root) {
+int Nv_FindNetworkStorageIndex() {
   constexpr int most_servers = 65536;  // a greater "MaxCnt" is not believed
-  const ValueSlot max_count = Nv_ParameterValue(root, "Event.Server.MaxCnt");
+  const ConfigFile config = Nv_OpenConfig();
+  if (config.root == nullptr) return -1;
+  const ValueSlot max_count = Nv_ParameterValue(config.root, "Event.Server.MaxCnt");
   const int count = std::min(Text_ToInt(Slot_Text(max_count)), most_servers);
   NsIndex = -1;
   for (int i = 0; i < count && NsIndex < 0; ++i) {
     const PathText path = Nv_FormatPath("Event.Server.S%d.Type", i);
-    if (Slot_Text(Nv_ParameterValue(root, path.data())) == "ns") NsIndex = i;
+    if (Slot_Text(Nv_ParameterValue(config.root, path.data())) == "ns") NsIndex = i;
   }
-}
-
-int Nv_FindNetworkStorageIndex() {
-  const ConfigFile config = Nv_OpenConfig();
-  if (config.root == nullptr) return -1;
-  Nv_ReadNetworkStorageIndex(config.root);
   return 0;
 }

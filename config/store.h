@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Access to the live configuration, "/etc/device.conf". Every operation of the daemon opens the
-// file afresh and saves it only when something changed.
+// Access to the live configuration. Every operation of the daemon opens the file afresh and saves
+// it only when something changed.
 #pragma once
 
 #include <array>
@@ -11,7 +11,9 @@
 #include "param/value_slot.h"
 #include "platform/libcfg.h"
 
-inline constexpr const char* device_conf = "/etc/device.conf";
+// The path of the live configuration: "/etc/device.conf", unless a program that is not the daemon
+// points it elsewhere before anything else.
+extern const char* device_conf;
 
 // The product number, "General.Brand.ProdNbr"; zero behind the text.
 extern ValueSlot product_number;
@@ -29,7 +31,7 @@ struct ConfigFile {
   cfg_node* root = nullptr;  // null: the file could not be loaded or holds no "root"
 };
 
-ConfigFile Nv_OpenConfig(const char* path = device_conf);
+ConfigFile Nv_OpenConfig();
 
 // A dotted path with "%d" replaced by a number; longer ones are cut.
 using PathText = std::array<char, 256>;
@@ -54,16 +56,10 @@ void Nv_FactoryReset();
 // Copies a text into the product-number buffer.
 void Nv_SetProductNumber(std::string_view text);
 
-// Copies a configuration's product number into the buffer, which stays as it was when there is
-// none.
-void Nv_ReadProductNumber(cfg_node* root);
-
-// The same for the live configuration. Returns 0, or -1 when it can't be opened.
+// Copies the configuration's product number into the buffer, which stays as it was when there is
+// none. Returns 0, or -1 when the configuration can't be opened.
 int Nv_LoadProductNumber();
 
-// Searches a configuration's first Event.Server entry of Type "ns" and sets NsIndex.
-void Nv_ReadNetworkStorageIndex(cfg_node* root);
-
-// The same for the live configuration. Returns 0; or -1, with NsIndex unchanged, when it can't be
-// opened.
+// Searches the configuration's first Event.Server entry of Type "ns" and sets NsIndex. Returns 0;
+// or -1, with NsIndex unchanged, when the configuration can't be opened.
 int Nv_FindNetworkStorageIndex();

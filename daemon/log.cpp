@@ -8,10 +8,8 @@
 #include <cstdio>
 
 volatile std::sig_atomic_t debug_flag;
-bool log_is_silent;
 
 void Nv_Print(const char* format, ...) {
-  if (log_is_silent) return;
   std::va_list arguments;
   va_start(arguments, format);
   (void)std::vprintf(format, arguments);

@@ -10,9 +10,6 @@ inline constexpr const char* log_ident = "Nv daemon";
 // Non-zero while the traces ("## NVD : ...") are on; toggled by SIGUSR2.
 extern volatile std::sig_atomic_t debug_flag;
 
-// A program that is not the daemon, but works on images as the daemon does, leaves its lines out.
-extern bool log_is_silent;
-
 // Prints to standard output as printf(3) does. What can't be printed is lost: the daemon's work
 // does not depend on who listens.
 [[gnu::format(printf, 1, 2)]] void Nv_Print(const char* format, ...);

@@ -21,9 +21,9 @@ ValueSlots ReadRow(cfg_node* root, std::string_view row_paths) {
   return slots;
 }
 
-}  // namespace
-
-void Image_ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* root) {
+// Fills the record's payload from the rows of a map; without a configuration, with what empty
+// values make.
+void ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* root) {
   std::size_t offset = 0;
   for (const auto& [key, format, paths] : Map_Rows(map)) {
     ValueSlots slots{};
@@ -34,30 +34,35 @@ void Image_ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* r
   }
 }
 
-void Image_WriteSection(int fd, cfg_node* root, std::size_t position, SectionType type,
-                        SectionRecord& record) {
+}  // namespace
+
+int Nv_InitEEprom() {
+  const ConfigFile config = Nv_OpenConfig();
+  if (config.root == nullptr) return -1;
+  SectionRecord record;
+  for (std::size_t position = 0; section_maps[position].row_count >= 0; ++position) {
+    (void)Nv_InitSection(config.root, position, section_maps[position].type, record);
+  }
+  return Nv_WriteIdentification();
+}
+
+int Nv_InitSection(cfg_node* root, std::size_t position, SectionType type, SectionRecord& record) {
   record.type = type;
   if (!Section_Prepare(record)) Section_ReportUnknownType("Nv_InitSection", type);
   if (type == SectionType::identification) {
     record.address = record.next_address;
-    return;
+    return 0;
   }
-  Image_ConvertRows(Map_At(position), record, root);
+  ConvertRows(Map_At(position), record, root);
   if (IsLastInChain(position)) record.next_address = 0;
   // Transfers that are refused have been reported one by one; the rest of the image goes on, since
   // an image with a gap restores more than none.
-  (void)EEprom_WriteSection(fd, record);
+  (void)EEprom_WriteSection(eeprom_handle, record);
   record.data.clear();
+  return 0;
 }
 
-void Image_WriteSections(int fd, cfg_node* root) {
-  SectionRecord record;
-  for (std::size_t position = 0; section_maps[position].row_count >= 0; ++position) {
-    Image_WriteSection(fd, root, position, section_maps[position].type, record);
-  }
-}
-
-void Image_WriteIdentification(int fd, const ValueSlot& product, std::uint32_t time) {
+int Nv_WriteIdentification() {
   SectionRecord record;
   record.type = SectionType::identification;
   (void)Section_Prepare(record);
@@ -65,25 +70,9 @@ void Image_WriteIdentification(int fd, const ValueSlot& product, std::uint32_t t
   const auto [time_offset, time_size] = identification_time;
   const auto id = Section_Field(record, id_offset, id_size);
   // All 32 bytes of a longer product number are used, so this is no terminated text.
-  std::copy_n(product.begin(), id.size(), id.begin());
-  Field_SetNumber(Section_Field(record, time_offset, time_size), time);
-  (void)EEprom_WriteSection(fd, record);
-}
-
-int Nv_InitEEprom() {
-  const ConfigFile config = Nv_OpenConfig();
-  if (config.root == nullptr) return -1;
-  Image_WriteSections(eeprom_handle, config.root);
-  return Nv_WriteIdentification();
-}
-
-int Nv_InitSection(cfg_node* root, std::size_t position, SectionType type, SectionRecord& record) {
-  Image_WriteSection(eeprom_handle, root, position, type, record);
-  return 0;
-}
-
-int Nv_WriteIdentification() {
-  Image_WriteIdentification(eeprom_handle, product_number, Host_Time());
+  std::copy_n(product_number.begin(), id.size(), id.begin());
+  Field_SetNumber(Section_Field(record, time_offset, time_size), Host_Time());
+  (void)EEprom_WriteSection(eeprom_handle, record);
   return 0;
 }
 
@@ -96,7 +85,7 @@ void Nv_CleanSection(const SectionNode& node) {
     return;
   }
   (void)Section_Prepare(record);
-  Image_ConvertRows(*node.map, record, nullptr);
+  ConvertRows(*node.map, record, nullptr);
   if (!node.next) record.next_address = 0;
   (void)EEprom_WriteSection(eeprom_handle, record);
 }

@@ -11,7 +11,7 @@
 #include "daemon/log.h"
 #include "eeprom/i2c_eeprom.h"
 #include "param/conversion.h"
-#include "platform/host.h"
+#include "platform/shell.h"
 #include "sections/chain.h"
 #include "sections/recording_records.h"
 #include "sections/section.h"
@@ -19,6 +19,14 @@
 #include "sections/system_records.h"
 
 namespace {
+
+// Stored values on their way into a configuration, section by section.
+struct Restore {
+  cfg_handle* device;
+  cfg_node* root;
+  SectionRecord record = {};  // the section at hand, just read
+  bool changed = false;       // a value was put into the configuration
+};
 
 // The first byte of a field, 0 when the payload at hand does not hold it. The payload is the stored
 // type's, whatever section the chain has in its place.
@@ -65,7 +73,7 @@ constexpr std::array<MissingInstance, 4> missing_instances = {{
 void AddMissingInstance(const Restore& restore, std::size_t row, const char* path) {
   for (const MissingInstance& missing : missing_instances) {
     if (missing.type == restore.record.type && missing.is_stored(restore.record, row)) {
-      restore.add_instance(missing.list, path);
+      Nv_AddListInstance(missing.list, restore.device, restore.root, path);
     }
   }
 }
@@ -75,8 +83,8 @@ void AddMissingInstance(const Restore& restore, std::size_t row, const char* pat
 void AddNetworkStorage(const Restore& restore) {
   if (restore.record.type != SectionType::srex) return;
   if (FirstByte(restore.record, PlaceOf(srex_fields, "srex_rec_en")) != 1) return;
-  restore.add_instance(network_storage_list, nullptr);
-  restore.add_instance(media_list, nullptr);
+  Nv_AddListInstance(network_storage_list, restore.device, restore.root, nullptr);
+  Nv_AddListInstance(media_list, restore.device, restore.root, nullptr);
 }
 
 void PrintValues(const ValueSlot& current, const ValueSlot& stored) {
@@ -100,13 +108,17 @@ void PutValue(Restore& restore, std::size_t row, std::string_view row_path,
   }
   const ValueSlot current = Nv_NodeValue(node);
   if (stored[0] == '\0' || Slot_Text(current) == Slot_Text(stored)) return;
-  if (!is_new && !restore.may_put(restore.record, path.data(), current, stored)) return;
+  if (!is_new &&
+      !Nv_FilterRestoredValue(restore.root, restore.record, path.data(), current, stored)) {
+    return;
+  }
   // A value that can't be put, a container's for example, is offered again at the next start.
   (void)cfg_set_param_value_no_eeprom(node, stored.data());
   PrintValues(current, stored);
   restore.changed = true;
 }
 
+// Puts each value of a row that is not empty and differs.
 void RestoreRow(Restore& restore, const Field& field, std::size_t row, std::size_t offset) {
   if (field.paths.empty()) return;
   ValueSlots stored{};
@@ -117,7 +129,8 @@ void RestoreRow(Restore& restore, const Field& field, std::size_t row, std::size
   for (std::size_t i = paths.count; i-- > 0;) PutValue(restore, row, paths.path[i], stored[i]);
 }
 
-// Reads the section at the record's address into the list's node and restores its values.
+// Reads the section at the record's address into the list's node and restores its values by the
+// rows of the map at its position.
 void RestoreSection(Restore& restore, std::size_t position, SectionNode& node) {
   if (EEprom_ReadSection(eeprom_handle, restore.record) != 0) {
     Nv_Print("%s: Read section error.\n", "Nv_ReadBackCheck");
@@ -127,7 +140,12 @@ void RestoreSection(Restore& restore, std::size_t position, SectionNode& node) {
   node.type = restore.record.type;
   node.address = restore.record.address;
   node.map = &Map_At(position);
-  Restore_Section(restore, *node.map);
+  std::size_t offset = 0;
+  const auto rows = Map_Rows(*node.map);
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    RestoreRow(restore, rows[row], row, offset);
+    offset += rows[row].format.size;
+  }
 }
 
 void RestoreChain(Restore& restore) {
@@ -155,7 +173,7 @@ void RequestLensPosition(const char* what, const ValueSlot& position) {
   std::array<char, 256> command;
   Nv_Print("%s position change\n", what);
   Text_Format(command, "echo \"%s=%s\" >> /mnt/mtd/lens_position_change", what, position.data());
-  (void)Host_RunCommand(command.data());
+  (void)Shell_Run(command.data());
 }
 
 // What a lens position moves; null for any other value.
@@ -186,38 +204,10 @@ bool IsSupported(cfg_node* root, const char* list, const ValueSlot& stored) {
 
 }  // namespace
 
-void Restore_Section(Restore& restore, const SectionMap& map) {
-  std::size_t offset = 0;
-  const auto rows = Map_Rows(map);
-  for (std::size_t row = 0; row < rows.size(); ++row) {
-    RestoreRow(restore, rows[row], row, offset);
-    offset += rows[row].format.size;
-  }
-}
-
-StoredValue Restore_Judge(cfg_node* root, const SectionRecord& record, const char* path,
-                          const ValueSlot& stored) {
-  if (LensMotor(record, path) != nullptr) return StoredValue::lens_position;
-  const char* list = SupportedValues(record, path);
-  const bool is_welcome = list == nullptr || IsSupported(root, list, stored);
-  return is_welcome ? StoredValue::welcome : StoredValue::unsupported;
-}
-
 int Nv_ReadBackCheck() {
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
-  Restore restore = {
-      .root = config.root,
-      .add_instance =
-          [&config](const ListKind& list, const char* path) {
-            Nv_AddListInstance(list, config.handle.get(), config.root, path);
-          },
-      .may_put =
-          [&config](const SectionRecord& record, const char* path, const ValueSlot& current,
-                    const ValueSlot& stored) {
-            return Nv_FilterRestoredValue(config.root, record, path, current, stored);
-          },
-  };
+  Restore restore = {.device = config.handle.get(), .root = config.root};
   RestoreChain(restore);
   if (restore.changed) {
     Nv_Print("save device.conf\n");

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "daemon/log.h"
 #include "nvdump/json.h"
 #include "nvdump/options.h"
 #include "nvdump/source.h"
@@ -16,8 +15,11 @@
 namespace {
 
 const std::vector<std::uint8_t>& FactoryImage() {
-  static const std::vector<std::uint8_t> image =
-      Source_Build(Source_OpenConfig(CAMERA_FOLDER "/device.conf"), 0).bytes;
+  static const std::vector<std::uint8_t> image = [] {
+    const std::string factory = CAMERA_FOLDER "/device.conf";
+    const WorkingCopy config(factory, Source_Read(factory));
+    return Source_Build(0).bytes;
+  }();
   return image;
 }
 
@@ -49,7 +51,6 @@ bool HoldsPassword(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  log_is_silent = true;
   static const int file = memfd_create("image", 0);
   static const std::string factory = FileOf(memfd_create("factory", 0), FactoryImage());
   Options options;

@@ -8,9 +8,13 @@
 #include <map>
 
 #include "config/change_propagation.h"
+#include "config/list_instances.h"
+#include "eeprom/i2c_eeprom.h"
 #include "eeprom/identification.h"
 #include "eeprom/restore.h"
 #include "nvdump/options.h"
+#include "platform/file.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -30,46 +34,44 @@ std::vector<ParameterChange> Differences(const std::vector<ConfigParameter>& bef
   return changes;
 }
 
-// Null for a value that is welcome.
-const char* RemarkOn(StoredValue judgement) {
-  switch (judgement) {
-    case StoredValue::lens_position:
-      return "goes to the lens driver";
-    case StoredValue::unsupported:
-      return "not supported here, the EEPROM gets the present value";
-    case StoredValue::welcome:
-      break;
-  }
-  return nullptr;
+// A character that a cut has left unfinished does not come back.
+bool IsAsStored(std::string_view value, std::string_view stored) {
+  if (!stored.starts_with(value)) return false;
+  const std::string_view rest = stored.substr(value.size());
+  return rest.empty() || Utf8_CharacterSize(rest) > rest.size();
 }
 
-// Notes a value that stays out, once for each parameter.
-bool IsPut(ParameterChange change, StoredValue judgement, std::vector<ParameterChange>& stays_out) {
-  change.remark = RemarkOn(judgement);
-  if (change.remark == nullptr) return true;
-  if (std::ranges::find(stays_out, change.path, &ParameterChange::path) == stays_out.end()) {
-    stays_out.push_back(std::move(change));
+// What is stored and has not got into the configuration.
+void AddWhatStaysOut(const Image& image, const std::vector<ConfigParameter>& after,
+                     std::vector<ParameterChange>& changes) {
+  const std::size_t count = changes.size();
+  for (const StoredParameter& stored : Image_Parameters(image)) {
+    const std::string path = Nv_FormatPath(stored.path, NsIndex).data();
+    const auto now = std::ranges::find(after, path, &ConfigParameter::path);
+    const auto known = std::span(changes).first(count);
+    if (now == after.end() || stored.value.empty() || IsAsStored(now->value, stored.value) ||
+        std::ranges::find(known, path, &ParameterChange::path) != known.end()) {
+      continue;
+    }
+    changes.push_back({path, now->value, stored.value, "stays out"});
   }
-  return false;
 }
 
-// An error is told at the end: nothing may be thrown through the daemon's functions.
-void Save(const ConfigFile& config, const std::string& path, int& error) {
-  if (path.empty() || error != 0) return;
-  if (cfg_save_file(config.handle.get(), path.c_str()) != 0) error = errno;
-}
-
-void RestoreSections(const Image& image, Restore& restore) {
-  for (const StoredSection& section : image.sections) {
-    if (!section.is_readable) continue;
-    restore.record = section.record;
-    Restore_Section(restore, Map_At(section.position));
-  }
+// A daemon that can't save goes on with what there is, so another save shows whether this one
+// could.
+void CheckSaves() {
+  std::string content;
+  const bool saves = File_Read(device_conf, content) == 0 &&
+                     File_Replace(device_conf, content + "\n") == 0 &&
+                     File_Replace(device_conf, content) == 0;
+  if (!saves) throw Failure(std::string(device_conf) + ": write: " + std::strerror(errno));
 }
 
 }  // namespace
 
-std::vector<ConfigParameter> Config_Parameters(cfg_node* root) {
+std::vector<ConfigParameter> Config_Parameters() {
+  const ConfigFile config = Nv_OpenConfig();
+  cfg_node* root = config.root;
   std::vector<ConfigParameter> parameters;
   std::array<char, 1024> path;
   std::array<char, 4096> value;
@@ -85,30 +87,20 @@ std::vector<ConfigParameter> Config_Parameters(cfg_node* root) {
 
 bool Image_IsForeign(const Image& image) {
   Image_Fit(image);
-  return Nv_CheckIdentification(0, Slot_Text(product_number)) == identification_mismatch;
+  return Nv_CheckIdentification(eeprom_handle, Slot_Text(product_number)) ==
+         identification_mismatch;
 }
 
-std::vector<ParameterChange> Apply(const Image& image, const ConfigFile& config,
-                                   const std::string& templates, const std::string& path) {
-  cfg_node* root = config.root;
-  int error = 0;
-  std::vector<ParameterChange> stays_out;
-  Restore restore = {.root = root, .add_instance = nullptr, .may_put = nullptr};
-  restore.add_instance = [&](const ListKind& list, const char* needed) {
-    if (List_AddInstance(list, templates.c_str(), root, needed)) Save(config, path, error);
-  };
-  restore.may_put = [&](const SectionRecord& record, const char* name, const ValueSlot& current,
-                        const ValueSlot& stored) {
-    return IsPut({name, current.data(), stored.data()}, Restore_Judge(root, record, name, stored),
-                 stays_out);
-  };
-  const std::vector<ConfigParameter> before = Config_Parameters(root);
-  RestoreSections(image, restore);
-  if (restore.changed) Save(config, path, error);
-  const bool is_clamped = Image_IsForeign(image) && Config_ClampStreams(root, nullptr);
-  if (is_clamped) Save(config, path, error);
-  if (error != 0) throw Failure(path + ": write: " + std::strerror(error));
-  std::vector<ParameterChange> changes = Differences(before, Config_Parameters(root));
-  std::ranges::move(stays_out, std::back_inserter(changes));
+std::vector<ParameterChange> Apply(const Image& image, const std::string& templates) {
+  template_folder = templates.c_str();
+  const std::vector<ConfigParameter> before = Config_Parameters();
+  const bool is_foreign = Image_IsForeign(image);
+  (void)Nv_ReadBackCheck();
+  if (is_foreign) (void)Nv_ClampStreamSettings();
+  SectionList_Free();
+  CheckSaves();
+  const std::vector<ConfigParameter> after = Config_Parameters();
+  std::vector<ParameterChange> changes = Differences(before, after);
+  AddWhatStaysOut(image, after, changes);
   return changes;
 }

@@ -12,8 +12,8 @@ struct ConfigParameter {
   std::string value;
 };
 
-// All that have a value, in the configuration's order.
-std::vector<ConfigParameter> Config_Parameters(cfg_node* root);
+// All of the working copy's that have a value, in its order.
+std::vector<ConfigParameter> Config_Parameters();
 
 struct ParameterChange {
   std::string path;
@@ -22,14 +22,12 @@ struct ParameterChange {
   const char* remark = nullptr;  // why the configuration stays as it is; null: it changes
 };
 
-// Whether the image is of another product than the configuration that was opened last, which a
-// start of the daemon then resets first.
+// Whether the image is of another product than the working copy, which a start of the daemon then
+// resets first.
 bool Image_IsForeign(const Image& image);
 
-// Puts an image's values into an open configuration, as a start of the daemon would: an image of
-// another product goes into a configuration that has just been reset, and its streams are clamped.
-// Saves the file at `path` as often as the daemon would, which shows in it; not at all for an empty
-// path. Returns what changes, in the configuration's order, and behind it what is stored and
-// differs, but stays out.
-std::vector<ParameterChange> Apply(const Image& image, const ConfigFile& config,
-                                   const std::string& templates, const std::string& path = {});
+// Puts an image's values into the working copy, by the daemon's own start: an image of another
+// product goes into a configuration that has just been reset, and its streams are clamped. Returns
+// what changes, in the configuration's order, and behind it what is stored and differs, but stays
+// out.
+std::vector<ParameterChange> Apply(const Image& image, const std::string& templates);

@@ -14,7 +14,7 @@
 #include "nvdump/output.h"
 #include "nvdump/text.h"
 #include "platform/host.h"
-#include "platform/i2c_memory.h"
+#include "platform/i2c_bus.h"
 #include "sections/section.h"
 
 namespace {
@@ -31,6 +31,7 @@ constexpr std::size_t longest_field = 256;
 struct Reading {
   const I2cAdapter* device = nullptr;
   I2cSelection selection;
+  std::vector<std::uint8_t> bytes;
   std::vector<bool> known = std::vector<bool>(largest_chip);
   std::size_t count = 0;          // of the bytes read
   std::size_t silent = SIZE_MAX;  // the first address that gave no answer
@@ -73,12 +74,12 @@ ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
       reading.silent = address;
       return -1;
     }
-    if (i2c_memory.size() <= address) i2c_memory.resize(address + 1, 0xFF);
-    i2c_memory[address] = buffer[0];
+    if (reading.bytes.size() <= address) reading.bytes.resize(address + 1, 0xFF);
+    reading.bytes[address] = buffer[0];
     reading.known[address] = true;
     ShowProgress();
   }
-  buffer[0] = i2c_memory[address];
+  buffer[0] = reading.bytes[address];
   return static_cast<ssize_t>(buffer.size());
 }
 
@@ -185,7 +186,6 @@ void Chip_Read(const std::string& device, bool anyway, Image& image) {
   if (fd < 0) throw Failure(std::string("open: ") + std::strerror(errno));
   image.adapter = I2c_AdapterName();
   reading = Reading();
-  i2c_memory.clear();
   reading.device = I2c_UseAdapter(&reader);
   bool is_shared = IsShared(fd, anyway);
   if (!is_shared) {
@@ -196,5 +196,5 @@ void Chip_Read(const std::string& device, bool anyway, Image& image) {
   if (is_shared) ReadBesideDaemon(fd);
   EndProgress();
   I2c_Close(fd);
-  image.bytes = i2c_memory;
+  image.bytes = reading.bytes;
 }

@@ -2,25 +2,29 @@
 #include "nvdump/image.h"
 
 #include <fnmatch.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 
 #include "config/store.h"
+#include "eeprom/i2c_eeprom.h"
 #include "eeprom/identification.h"
+#include "nvdump/options.h"
 #include "nvdump/text.h"
 #include "param/conversion.h"
-#include "platform/i2c_memory.h"
+#include "platform/i2c_bus.h"
 #include "sections/section.h"
 
 namespace {
 
-constexpr int on_memory = 0;  // any number will do
-
 ImageState StateOf(const Image& image) {
-  if (Nv_IsMftBoard(on_memory)) return ImageState::test_board;
+  if (Nv_IsMftBoard(eeprom_handle)) return ImageState::test_board;
   // Of no product in particular: whatever is not empty is filled.
-  if (Nv_CheckIdentification(on_memory, {}) != identification_empty) return ImageState::filled;
+  if (Nv_CheckIdentification(eeprom_handle, {}) != identification_empty) return ImageState::filled;
   const bool is_erased = std::ranges::all_of(image.bytes, [](auto byte) { return byte == 0xFF; });
   return is_erased ? ImageState::blank : ImageState::unfinished;
 }
@@ -59,7 +63,7 @@ void ReadSections(Image& image) {
     section.position = walk.position;
     section.record.address = walk.address;
     section.is_secret = IsSecretPlace(walk.address, SECTION_HEADER_SIZE);
-    section.is_readable = EEprom_ReadSection(on_memory, section.record) == 0;
+    section.is_readable = EEprom_ReadSection(eeprom_handle, section.record) == 0;
     image.sections.push_back(std::move(section));
     image.end = Chain_Advance(walk, image.sections.back().record.next_address);
   } while (image.end == ChainStep::next && walk.position <= chain_sections &&
@@ -116,8 +120,13 @@ ValueSlots Field_Values(const StoredField& stored) {
 }
 
 void Image_Fit(const Image& image) {
-  i2c_memory = image.bytes;
-  (void)I2c_UseAdapter(&i2c_memory_adapter);
+  static const int memory = memfd_create("image", MFD_CLOEXEC);
+  const bool is_written =
+      ftruncate(memory, 0) == 0 && pwrite(memory, image.bytes.data(), image.bytes.size(), 0) ==
+                                       static_cast<ssize_t>(image.bytes.size());
+  if (!is_written) throw Failure(std::string("memory for an image: ") + std::strerror(errno));
+  eeprom_handle = memory;
+  (void)I2c_UseAdapter(&i2c_image_adapter);
 }
 
 void Image_Parse(Image& image) {

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "daemon/log.h"
 #include "nvdump/image.h"
 #include "nvdump/options.h"
 #include "nvdump/output.h"
@@ -256,7 +255,6 @@ int Run(const Request& request, std::string& out) {
 int main(int argc, char* argv[]) {
   // A reader that has seen enough ends the program without a word, whatever it was started with.
   (void)std::signal(SIGPIPE, SIG_DFL);
-  log_is_silent = true;  // the daemon's lines are no data
   std::string out;
   int status = exit_fails;
   try {

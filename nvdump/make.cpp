@@ -53,10 +53,9 @@ std::uint32_t BuildTime(const Options& options) {
 }
 
 // What the image makes of the configuration's parameters, where it is something else.
-std::vector<std::string> LossesOf(const ConfigFile& config, const Image& image,
-                                  const Options& options) {
+std::vector<std::string> LossesOf(const Image& image, const Options& options) {
   std::map<std::string, std::string> values;
-  for (const auto& [path, value] : Config_Parameters(config.root)) values.emplace(path, value);
+  for (const auto& [path, value] : Config_Parameters()) values.emplace(path, value);
   std::vector<std::string> losses;
   for (const auto& [table_path, stored, source, is_secret] : Image_Parameters(image)) {
     const std::string path = Nv_FormatPath(table_path, NsIndex).data();
@@ -88,13 +87,14 @@ std::string ChangeText(const ParameterChange& change, bool shows_secrets) {
 
 int Build(const Options& options, std::string& /*out*/) {
   CheckOutput(options);
-  const ConfigFile config = Source_OpenConfig(options.operands[0]);
+  const std::string& name = options.operands[0];
+  const WorkingCopy config(name, Source_Read(name));
   if (product_number[0] == '\0') {
-    throw Failure(options.operands[0] + ": no product number (General.Brand.ProdNbr)");
+    throw Failure(name + ": no product number (General.Brand.ProdNbr)");
   }
-  Image image = Source_Build(config, BuildTime(options));
+  Image image = Source_Build(BuildTime(options));
   Image_Parse(image);
-  const std::vector<std::string> losses = LossesOf(config, image, options);
+  const std::vector<std::string> losses = LossesOf(image, options);
   for (const std::string& loss : losses) Say(Escaped(loss));
   if (options.strict && !losses.empty()) throw Failure("not built: --strict");
   if (options.size > 0 && options.size < image.bytes.size()) {
@@ -109,8 +109,7 @@ int Extract(const Options& options, std::string& out) {
   if (options.config.empty()) throw Failure("into which configuration? --config BASE");
   if (!options.output.empty()) CheckOutput(options);
   const Image image = Source_Open(options, options.operands);
-  const WorkingCopy copy(Source_Read(options.config));
-  const ConfigFile config = Source_OpenConfig(copy, options.config);
+  const WorkingCopy copy(options.config, Source_Read(options.config));
   if (image.state != ImageState::filled) {
     Say(image.name + ": " + State_Name(image.state) + ": a start takes nothing from it");
     return exit_finds;
@@ -119,11 +118,11 @@ int Extract(const Options& options, std::string& out) {
     Say(options.config + " is taken as just reset: the image is of another product");
   }
   if (options.output.empty()) {
-    const std::vector<ParameterChange> changes = Apply(image, config, options.templates);
+    const std::vector<ParameterChange> changes = Apply(image, options.templates);
     for (const ParameterChange& change : changes) out += ChangeText(change, options.secrets);
     return changes.empty() ? exit_fine : exit_finds;
   }
-  (void)Apply(image, config, options.templates, copy.path);
+  (void)Apply(image, options.templates);
   Write(options, Source_Read(copy.path));
   return exit_fine;
 }

@@ -11,22 +11,19 @@
 #include <cstring>
 #include <filesystem>
 
+#include "config/store.h"
 #include "eeprom/backup.h"
+#include "eeprom/i2c_eeprom.h"
 #include "nvdump/chip.h"
 #include "platform/file.h"
 #include "platform/host.h"
-#include "platform/i2c_memory.h"
+#include "sections/section.h"
 
 namespace {
 
 bool IsCharacterDevice(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
-}
-
-bool IsRegularFile(const std::string& path) {
-  struct stat status {};
-  return path != "-" && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 void ReadStandardInput(std::string& content) {
@@ -40,21 +37,6 @@ void ReadStandardInput(std::string& content) {
   if (std::ferror(stdin) != 0) throw Failure(std::string("-: read: ") + std::strerror(errno));
 }
 
-ConfigFile OpenConfigFile(const std::string& path, const std::string& name) {
-  ConfigFile config = Nv_OpenConfig(path.c_str());
-  if (config.root == nullptr) throw Failure(name + ": no configuration file");
-  product_number.fill('\0');
-  Nv_ReadProductNumber(config.root);
-  Nv_ReadNetworkStorageIndex(config.root);
-  return config;
-}
-
-// What has been read through a pipe is not there a second time.
-ConfigFile OpenConfig(const std::string& name, const std::string& content) {
-  if (IsRegularFile(name)) return OpenConfigFile(name, name);
-  return Source_OpenConfig(WorkingCopy(content), name);
-}
-
 // The type of an image's first section does not begin with a "<".
 bool IsConfiguration(std::string_view content) {
   const std::size_t first = content.find_first_not_of("\xEF\xBB\xBF \t\r\n");
@@ -64,8 +46,8 @@ bool IsConfiguration(std::string_view content) {
 Image OpenFile(const std::string& name) {
   const std::string content = Source_Read(name);
   if (IsConfiguration(content)) {
-    const ConfigFile config = OpenConfig(name, content);
-    Image image = Source_Build(config, Host_Time());
+    const WorkingCopy config(name, content);
+    Image image = Source_Build(Host_Time());
     image.name = name;
     return image;
   }
@@ -89,14 +71,20 @@ Image OpenDevice(const Options& options, const std::string& name) {
 
 }  // namespace
 
-WorkingCopy::WorkingCopy(const std::string& content)
-    : folder(std::filesystem::temp_directory_path() / "nvdump.XXXXXX") {
+WorkingCopy::WorkingCopy() : folder(std::filesystem::temp_directory_path() / "nvdump.XXXXXX") {
   if (mkdtemp(folder.data()) == nullptr) throw Failure(folder + ": " + std::strerror(errno));
   path = folder + "/device.conf";
-  if (File_Replace(path.c_str(), content) == 0) return;
-  const std::string why = path + ": write: " + std::strerror(errno);
-  (void)rmdir(folder.c_str());
-  throw Failure(why);
+}
+
+WorkingCopy::WorkingCopy(const std::string& name, const std::string& content) : WorkingCopy() {
+  if (File_Replace(path.c_str(), content) != 0) {
+    throw Failure(path + ": write: " + std::strerror(errno));
+  }
+  device_conf = path.c_str();
+  if (Nv_OpenConfig().root == nullptr) throw Failure(name + ": no configuration file");
+  product_number.fill('\0');
+  (void)Nv_LoadProductNumber();
+  (void)Nv_FindNetworkStorageIndex();
 }
 
 WorkingCopy::~WorkingCopy() {
@@ -118,22 +106,15 @@ std::string Source_Read(const std::string& path) {
   throw Failure(path + ": read: " + std::strerror(errno));
 }
 
-ConfigFile Source_OpenConfig(const std::string& path) {
-  return OpenConfig(path, Source_Read(path));
-}
-
-ConfigFile Source_OpenConfig(const WorkingCopy& copy, const std::string& name) {
-  return OpenConfigFile(copy.path, name);
-}
-
-Image Source_Build(const ConfigFile& config, std::uint32_t time) {
-  constexpr int any_number = 0;
+Image Source_Build(std::uint32_t time) {
   Image image;
   image.adapter = "configuration";
   Image_Fit(image);
-  Image_WriteSections(any_number, config.root);
-  Image_WriteIdentification(any_number, product_number, time);
-  image.bytes = i2c_memory;
+  (void)Nv_InitEEprom();
+  const std::uint32_t time_address = Section_FieldAddress(0, identification_time.offset);
+  (void)EEprom_WriteValue(eeprom_handle, time_address, time, 4, ByteOrder::big_endian);
+  image.bytes.resize(EEPROM_IMAGE_SIZE);
+  EEprom_ReadBytes(eeprom_handle, 0, image.bytes);
   return image;
 }
 

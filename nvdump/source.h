@@ -2,7 +2,6 @@
 // Where an image comes from.
 #pragma once
 
-#include "config/store.h"
 #include "nvdump/image.h"
 #include "nvdump/options.h"
 
@@ -16,27 +15,24 @@ Image Source_Open(const Options& options, const std::vector<std::string>& operan
 // Whether an operand that may be something else names a source.
 bool Source_IsName(const std::string& operand);
 
-// A copy of a configuration in a folder of its own, where it is changed and saved as the daemon
-// does with its own. Throws Failure.
+// A copy of a configuration in a folder of its own, which is the camera's own to the daemon's
+// functions: they read it, change it and save it there.
 struct WorkingCopy {
   std::string folder;
   std::string path;
 
-  explicit WorkingCopy(const std::string& content);
+  // From the content of what people know by `name`. Throws Failure.
+  WorkingCopy(const std::string& name, const std::string& content);
   ~WorkingCopy();
   WorkingCopy(const WorkingCopy&) = delete;
   WorkingCopy& operator=(const WorkingCopy&) = delete;
+
+ private:
+  WorkingCopy();
 };
 
-// Opens a configuration, a file or what comes through a pipe, and makes its product number and its
-// network storage the camera's. Throws Failure.
-ConfigFile Source_OpenConfig(const std::string& path);
-
-// The same for a copy of what people know by `name`.
-ConfigFile Source_OpenConfig(const WorkingCopy& copy, const std::string& name);
-
-// The image that the daemon would write for the open configuration into a blank EEPROM.
-Image Source_Build(const ConfigFile& config, std::uint32_t time);
+// The image that the daemon would write for the working copy into a blank EEPROM.
+Image Source_Build(std::uint32_t time);
 
 // Reads a whole file, or for "-" standard input, which is there once. Throws Failure.
 std::string Source_Read(const std::string& path);

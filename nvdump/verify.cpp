@@ -2,7 +2,7 @@
 // What the daemon relies on and does not notice by itself: verify.
 #include <algorithm>
 
-#include "eeprom/backup.h"
+#include "config/store.h"
 #include "nvdump/apply.h"
 #include "nvdump/json.h"
 #include "nvdump/options.h"
@@ -157,11 +157,13 @@ std::string ConstantFault(const StoredField& stored) {
   expected.type = stored.section->record.type;
   if (!stored.field->paths.empty() || expected.type == SectionType::identification) return {};
   (void)Section_Prepare(expected);
-  Image_ConvertRows(Map_At(stored.section->position), expected, nullptr);
-  const auto right = Section_Field(expected, stored.offset, stored.field->format.size);
+  ValueSlots nothing{};
+  const auto& [key, format, paths] = *stored.field;
+  (void)Param_ConfigToSection(nothing, key, expected, stored.offset, format);
+  const auto right = Section_Field(expected, stored.offset, format.size);
   const auto bytes = Field_Bytes(stored);
   if (std::ranges::equal(bytes, right)) return {};
-  if (stored.field->format.kind != MAP_TEXT) {
+  if (format.kind != MAP_TEXT) {
     return (stored.is_secret ? hidden : Format("%u", Field_Number(bytes))) +
            Format(" where %u belongs", Field_Number(right));
   }
@@ -219,11 +221,10 @@ void CheckProduct(const Image& image, Complaints& complaints) {
                             " in the configuration: the next start resets it"});
 }
 
-void CheckConfig(const Image& image, const ConfigFile& config, const Options& options,
-                 Complaints& complaints) {
+void CheckConfig(const Image& image, const Options& options, Complaints& complaints) {
   CheckProduct(image, complaints);
   const std::vector<StoredParameter> parameters = Image_Parameters(image);
-  for (const ParameterChange& change : Apply(image, config, options.templates)) {
+  for (const ParameterChange& change : Apply(image, options.templates)) {
     const auto stored = std::ranges::find_if(parameters, [&change](const StoredParameter& each) {
       return IsPath(each.path, change.path);
     });
@@ -265,8 +266,8 @@ Json ComplaintJson(const Complaint& complaint) {
 
 int Verify(const Options& options, std::string& out) {
   const Image image = Source_Open(options, options.operands);
-  ConfigFile config;
-  if (!options.config.empty()) config = Source_OpenConfig(options.config);
+  std::optional<WorkingCopy> config;
+  if (!options.config.empty()) config.emplace(options.config, Source_Read(options.config));
   Complaints complaints;
   std::size_t reach = 0;
   if (const char* fault = StateFault(image.state)) {
@@ -275,7 +276,7 @@ int Verify(const Options& options, std::string& out) {
     reach = CheckChain(image, complaints);
     CheckSize(image, complaints);
     CheckFields(image, reach, complaints);
-    if (config.root != nullptr) CheckConfig(image, config, options, complaints);
+    if (config) CheckConfig(image, options, complaints);
   }
   if (options.json) {
     Json json = Json_Head(options.command, image);

@@ -4,10 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
 void Host_ReserveStandardDescriptors() {
@@ -35,24 +32,3 @@ void Host_SleepMicroseconds(unsigned microseconds) {
 }
 
 void Host_SleepSeconds(unsigned seconds) { (void)sleep(seconds); }
-
-int Host_RunCommand(const char* command) {
-  // The command line comes from this program, never from a message.
-  return std::system(command);  // NOLINT(cert-env33-c,concurrency-mt-unsafe)
-}
-
-bool Host_ReadFirstWord(const char* command, std::span<char> word) {
-  word[0] = '\0';
-  std::FILE* output = popen(command, "r");  // NOLINT(cert-env33-c)
-  if (output == nullptr) return false;
-  int c = std::fgetc(output);
-  while (c != EOF && std::isspace(c) != 0) c = std::fgetc(output);
-  std::size_t length = 0;
-  while (c != EOF && std::isspace(c) == 0 && length + 1 < word.size()) {
-    word[length++] = static_cast<char>(c);
-    c = std::fgetc(output);
-  }
-  word[length] = '\0';
-  (void)pclose(output);  // the tool's status says nothing that its output does not
-  return length > 0;
-}

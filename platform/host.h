@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The machine's services that a test wants to answer itself: time, waiting, shell commands.
+// The machine's services that a test wants to answer itself: time and waiting.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <span>
 
 // Opens /dev/null for each of the three standard descriptors that is closed, so that no device is
 // opened in its place and written to as standard output. The first thing that a daemon does.
@@ -18,11 +16,3 @@ void Host_SleepMicroseconds(unsigned microseconds);
 
 // Waits that long; a signal ends the wait early (sleep(3)).
 void Host_SleepSeconds(unsigned seconds);
-
-// Runs a command through the shell and waits for its end (system(3)). Returns its wait status.
-int Host_RunCommand(const char* command);
-
-// Runs a command through the shell and reads the first white-space delimited word that it prints
-// into `word`, cut to word.size() - 1 characters and terminated. Returns false, with `word` empty,
-// when the command could not be started or printed nothing.
-bool Host_ReadFirstWord(const char* command, std::span<char> word);

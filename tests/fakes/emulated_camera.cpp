@@ -17,6 +17,7 @@
 #include "platform/host.h"
 #include "platform/i2c_bus.h"
 #include "platform/libnetwork.h"
+#include "platform/shell.h"
 
 EmulatedCamera camera;
 
@@ -120,14 +121,14 @@ void Host_SleepSeconds(unsigned seconds) {
   camera.actions.push_back("sleep " + std::to_string(seconds));
 }
 
-int Host_RunCommand(const char* command) {
+int Shell_Run(const char* command) {
   camera.actions.emplace_back(command);
   if (camera.actions.back() == "restore") camera.files[device_conf] = camera.factory_file;
   return 0;
 }
 
 // The only command that is ever asked for a word is the configuration tool.
-bool Host_ReadFirstWord(const char* command, std::span<char> word) {
+bool Shell_ReadFirstWord(const char* command, std::span<char> word) {
   camera.actions.emplace_back(command);
   std::array<char, 128> path{};
   if (std::sscanf(command, "/bin/xmlcfg -g %127s", path.data()) != 1) return false;

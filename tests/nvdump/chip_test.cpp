@@ -12,7 +12,6 @@
 #include <cstdarg>
 #include <functional>
 
-#include "daemon/log.h"
 #include "nvdump/options.h"
 #include "nvdump/source.h"
 #include "platform/i2c_bus.h"
@@ -37,8 +36,9 @@ struct Chip : testing::Test {
       open("/dev/full", O_RDONLY | O_CLOEXEC);  // any character device; locked as by a daemon
 
   Chip() {
-    log_is_silent = true;
-    chip = Source_Build(Source_OpenConfig(CAMERA_FOLDER "/device.conf"), 0).bytes;
+    const std::string factory = CAMERA_FOLDER "/device.conf";
+    const WorkingCopy config(factory, Source_Read(factory));
+    chip = Source_Build(0).bytes;
     answers = [](std::size_t) { return true; };
     is_vendor = false;
   }

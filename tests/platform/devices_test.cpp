@@ -11,6 +11,7 @@
 
 #include "platform/host.h"
 #include "platform/i2c_bus.h"
+#include "platform/shell.h"
 #include "tests/platform/temporary_folder.h"
 
 namespace {
@@ -47,7 +48,7 @@ TEST(I2cBus, HasOneWriterAndOnlyWhatAnAdapterSpeaksTo) {
   const int reader = I2c_OpenToRead(path.c_str());
   EXPECT_GE(reader, 0);
   EXPECT_STREQ("image file", I2c_AdapterName());
-  EXPECT_EQ(0, Host_RunCommand("sleep 3 >/dev/null 2>&1 &")) << "a child does not keep the lock";
+  EXPECT_EQ(0, Shell_Run("sleep 3 >/dev/null 2>&1 &")) << "a child does not keep the lock";
   I2c_Close(writer);
   const int next = I2c_Open(path.c_str());
   EXPECT_GE(next, 0);
@@ -58,10 +59,10 @@ TEST(Host, ReadsTheFirstWordOfACommand) {
   std::array<char, 8> word;
   for (const auto& [command, first] :
        {std::pair{"printf ' \\n one two'", "one"}, {"echo 1234567890", "1234567"}, {"true", ""}}) {
-    EXPECT_EQ(*first != '\0', Host_ReadFirstWord(command, word));
+    EXPECT_EQ(*first != '\0', Shell_ReadFirstWord(command, word));
     EXPECT_STREQ(first, word.data());
   }
-  EXPECT_EQ(3, WEXITSTATUS(Host_RunCommand("exit 3")));
+  EXPECT_EQ(3, WEXITSTATUS(Shell_Run("exit 3")));
 }
 
 TEST(Host, WaitsAsLongUnderSignals) {
