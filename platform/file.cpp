@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -101,32 +100,26 @@ bool Resolve(const char* path, Target& target) {
   return true;
 }
 
-enum class Outcome : std::uint8_t { failed, same, changed };
-
-// Makes the file's next content.
-Outcome Prepare(const Target& target, const FileChange& change, std::string& next) {
-  std::string present;
-  const bool exists = File_Read(target.file.c_str(), present) == 0;
-  if (!exists && errno != ENOENT) return Outcome::failed;
-  if (!change(exists ? &present : nullptr, next)) return Outcome::failed;
-  return exists && present == next ? Outcome::same : Outcome::changed;
-}
-
-// Without the lock, which costs the flash a new file.
-Outcome Foresee(const Target& target, const FileChange& change) {
-  std::string next;
-  return Prepare(target, change, next);
-}
-
-// Another saver may have been at work until the lock was there, so everything is looked at again.
-Outcome UpdateLocked(int fd, const Target& target, const FileChange& change) {
-  std::string next;
-  const Outcome outcome = Prepare(target, change, next);
-  if (outcome != Outcome::changed) return outcome;
+int Replace(int fd, const Target& target, std::string_view content) {
   CopyOwnerAndMode(fd, target.file.c_str());
-  const bool replaced = ftruncate(fd, 0) == 0 && WriteAll(fd, next) == 0 && fsync(fd) == 0 &&
-                        rename(target.temporary.c_str(), target.file.c_str()) == 0;
-  return replaced ? Outcome::changed : Outcome::failed;
+  if (ftruncate(fd, 0) != 0 || WriteAll(fd, content) != 0 || fsync(fd) != 0) return -1;
+  return rename(target.temporary.c_str(), target.file.c_str());
+}
+
+// With the temporary file locked: no other saver is at work.
+int UpdateLocked(int fd, const Target& target, const FileChange& change) {
+  std::string present;
+  std::string next;
+  const bool exists = File_Read(target.file.c_str(), present) == 0;
+  const bool is_made = (exists || errno == ENOENT) && change(exists ? &present : nullptr, next);
+  const bool is_same = is_made && exists && present == next;
+  if (is_made && !is_same && Replace(fd, target, next) == 0) {
+    // The new file is in place; a cut now shows the old or the new.
+    (void)FlushFolder(target.folder.c_str());
+    return 0;
+  }
+  (void)unlink(target.temporary.c_str());
+  return is_same ? 0 : -1;
 }
 
 }  // namespace
@@ -140,6 +133,8 @@ int File_Read(const char* path, std::string& content) {
   const int fd =
       is_input ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) : open(path, O_RDONLY | O_CLOEXEC);
   if (fd < 0) return -1;
+  struct stat status {};
+  if (fstat(fd, &status) == 0) content.reserve(static_cast<std::size_t>(status.st_size));
   std::array<char, 16384> block;
   ssize_t length = 0;
   while ((length = read(fd, block.data(), block.size())) > 0 || (length < 0 && errno == EINTR)) {
@@ -151,17 +146,12 @@ int File_Read(const char* path, std::string& content) {
 
 int File_Update(const char* path, const FileChange& change) {
   Target target;
-  Outcome outcome = Resolve(path, target) ? Foresee(target, change) : Outcome::failed;
-  if (outcome == Outcome::changed) {
-    const int fd = OpenLocked(target.temporary.c_str());
-    if (fd < 0) return -1;
-    outcome = UpdateLocked(fd, target, change);
-    if (outcome != Outcome::changed) (void)unlink(target.temporary.c_str());
-    (void)close(fd);  // and with it the lock
-    // The new file is in place; a cut now shows the old or the new.
-    if (outcome == Outcome::changed) (void)FlushFolder(target.folder.c_str());
-  }
-  return outcome == Outcome::failed ? -1 : 0;
+  if (!Resolve(path, target)) return -1;
+  const int fd = OpenLocked(target.temporary.c_str());
+  if (fd < 0) return -1;
+  const int result = UpdateLocked(fd, target, change);
+  (void)close(fd);  // and with it the lock
+  return result;
 }
 
 int File_Replace(const char* path, std::string_view content) {

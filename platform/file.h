@@ -13,7 +13,7 @@ bool File_Exists(const char* path);
 int File_Read(const char* path, std::string& content);
 
 // Makes a file's next content from the present one, which is null when there is no such file. False
-// leaves the file as it is. It may be asked twice: another saver can come in between.
+// leaves the file as it is.
 using FileChange = std::function<bool(const std::string* present, std::string& next)>;
 
 // Changes a file's content atomically: a temporary file in the same folder (".<name>.new", locked

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The configuration library over pugixml. The tree keeps everything that the file holds (comments,
-// white space, processing instructions), and a save puts the file's own bytes around the document
-// element, so that a change shows up as one changed line in a diff. A handle remembers what was
-// changed through it; a save repeats that on the file as it is by then, so that it undoes nothing
-// that other programs have saved since the handle was opened.
+// white space, processing instructions), so that a change shows up as one changed line in a diff. A
+// handle keeps what was changed through it; a save repeats that on the file as it is by then, so
+// that it undoes nothing that other programs have saved since the handle was opened.
 #include "platform/libcfg.h"
 
 #include <pugixml.hpp>
@@ -14,10 +13,8 @@
 #include <cstring>
 #include <list>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -31,28 +28,20 @@ constexpr unsigned keep_everything = pugi::parse_cdata | pugi::parse_escapes | p
                                      pugi::parse_doctype | pugi::parse_ws_pcdata |
                                      pugi::parse_fragment;  // text beside the root as well
 
-enum class ChangeKind : std::uint8_t { element, value, attribute };
-
-// What was changed, not into what: that is in the tree.
 struct Change {
-  ChangeKind kind = ChangeKind::element;
-  pugi::xml_node element;
-  pugi::xml_attribute attribute;
-
-  bool operator<(const Change& other) const {
-    return std::tie(kind, element, attribute) <
-           std::tie(other.kind, other.element, other.attribute);
-  }
+  std::string path;                  // of the element, from the document element on
+  std::string attribute;             // its name; empty: it is the element that changes
+  std::optional<std::string> value;  // none: the element is there
 };
 
 struct LoadedFile {
   std::string path;
   pugi::xml_document document;
-  std::string before_root;      // the file's bytes before "<root"
-  std::string after_root;       // and behind "</root>"
-  std::vector<Change> changes;  // not saved yet; each once, in the order of the first time
-  std::set<Change> known;       // the same
+  bool has_byte_order_mark = false;
+  std::vector<Change> changes;  // not saved yet, in their order
 };
+
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 std::list<LoadedFile> loaded_files;
 
@@ -80,40 +69,17 @@ bool HasChildElement(const pugi::xml_node& node) {
   });
 }
 
-// The position behind the ">" that ends the tag at `position`; quoted text may hold a ">".
-std::size_t EndOfTag(std::string_view text, std::size_t position) {
-  char quote = '\0';
-  for (; position < text.size(); ++position) {
-    const char c = text[position];
-    if (quote != '\0') {
-      if (c == quote) quote = '\0';
-    } else if (c == '"' || c == '\'') {
-      quote = c;
-    } else if (c == '>') {
-      return position + 1;
+struct RepeatedAttribute : pugi::xml_tree_walker {
+  bool is_found = false;
+  bool for_each(pugi::xml_node& node) override {
+    for (auto each = node.first_attribute(); each; each = each.next_attribute()) {
+      for (auto other = each.next_attribute(); other; other = other.next_attribute()) {
+        if (std::strcmp(each.name(), other.name()) == 0) is_found = true;
+      }
     }
+    return !is_found;
   }
-  return text.size();
-}
-
-void KeepSurroundings(LoadedFile& file, std::string_view text) {
-  const pugi::xml_node root = file.document.document_element();
-  const std::size_t begin = static_cast<std::size_t>(root.offset_debug()) - 1;
-  const pugi::xml_node next = root.next_sibling();
-  const std::size_t limit = next ? static_cast<std::size_t>(next.offset_debug()) - 1 : text.size();
-  std::size_t end = EndOfTag(text, begin);
-  if (text[end - 2] != '/') {  // not an empty-element tag
-    end = EndOfTag(text, text.rfind(std::string("</") + root.name(), limit));
-  }
-  file.before_root = text.substr(0, begin);
-  file.after_root = text.substr(end);
-}
-
-bool RepeatsAnAttribute(const pugi::xml_node& element) {
-  return std::any_of(
-      element.attributes_begin(), element.attributes_end(),
-      [&element](const auto& each) { return element.attribute(each.name()) != each; });
-}
+};
 
 bool IsBlank(const pugi::xml_node& node) {
   return node.type() == pugi::node_pcdata &&
@@ -122,7 +88,7 @@ bool IsBlank(const pugi::xml_node& node) {
 
 // What the parser lets pass is refused: more at the top than one element, and attributes twice. So
 // are entities of the file's own, which the parser would not know and a save would damage.
-bool IsConfiguration(const pugi::xml_document& document) {
+bool IsConfiguration(pugi::xml_document& document) {
   int elements = 0;
   for (const pugi::xml_node& node : document) {
     if (node.type() == pugi::node_element) ++elements;
@@ -131,7 +97,8 @@ bool IsConfiguration(const pugi::xml_document& document) {
       return false;
     }
   }
-  return elements == 1 && !document.find_node(RepeatsAnAttribute);
+  RepeatedAttribute repeated;
+  return elements == 1 && document.traverse(repeated);
 }
 
 // "&#0;" in any of its forms: XML knows no such character, and the parser would end the value
@@ -181,22 +148,39 @@ bool IsName(std::string_view name, std::string_view marks) {
   return !name.empty() && IsNameStart(name[0]) && std::all_of(name.begin(), name.end(), belongs);
 }
 
-// Calls `step` with each component of a dotted path until it returns an empty node.
-template <typename Step>
+// The child element of a name, made if need be, or nothing.
+using Step = pugi::xml_node (*)(pugi::xml_node parent, const char* name);
+
+// Takes a step for each component of a dotted path until there is no element.
 pugi::xml_node FollowPath(pugi::xml_node node, std::string_view path, Step step) {
   while (node) {
     const std::size_t dot = path.find('.');
-    node = step(node, path.substr(0, dot));
+    node = step(node, std::string(path.substr(0, dot)).c_str());
     if (dot == std::string_view::npos) break;
     path.remove_prefix(dot + 1);
   }
   return node;
 }
 
-pugi::xml_node ChildElement(const pugi::xml_node& parent, std::string_view name) {
-  return parent.find_child([name](const pugi::xml_node& child) {
-    return child.type() == pugi::node_element && child.name() == name;
-  });
+// A processing instruction has a name as well.
+pugi::xml_node ChildElement(pugi::xml_node parent, const char* name) {
+  pugi::xml_node child = parent.child(name);
+  while (child && child.type() != pugi::node_element) child = child.next_sibling(name);
+  return child;
+}
+
+pugi::xml_node ChildElementMade(pugi::xml_node parent, const char* name) {
+  const pugi::xml_node child = ChildElement(parent, name);
+  return child ? child : parent.append_child(name);
+}
+
+// The dotted path of an element, from the component below `base` on.
+std::string PathBelow(const pugi::xml_node& base, pugi::xml_node element) {
+  std::string path;
+  for (; element && element != base; element = element.parent()) {
+    path.insert(0, path.empty() ? element.name() : std::string(element.name()) + ".");
+  }
+  return path;
 }
 
 std::string Text(const pugi::xml_node& element) {
@@ -221,27 +205,31 @@ bool SetText(pugi::xml_node element, const std::string& value) {
   return true;
 }
 
-// The copy; nothing when there is no such element or XML can't hold the attribute.
-pugi::xml_attribute CopyAttribute(pugi::xml_node destination,
-                                  const pugi::xml_attribute& attribute) {
-  const auto value = Writable(attribute.value());
-  if (!value || !IsName(attribute.name(), "-.:")) return {};
-  pugi::xml_attribute copy = destination.attribute(attribute.name());
-  if (!copy) copy = destination.append_attribute(attribute.name());
-  copy.set_value(value->c_str());
-  return copy;
+// False when there is no such element, or it can't be changed so.
+bool Apply(const Change& change, pugi::xml_node element) {
+  if (!element || !change.value) return !element.empty();
+  if (change.attribute.empty()) return SetText(element, *change.value);
+  pugi::xml_attribute attribute = element.attribute(change.attribute.c_str());
+  if (!attribute) attribute = element.append_attribute(change.attribute.c_str());
+  return attribute.set_value(change.value->c_str());
 }
 
-void Remember(const Change& change) {
-  const auto file = FindLoadedFile(Opaque(change.element.root()));
-  if (file == loaded_files.end()) return;
-  if (file->known.insert(change).second) file->changes.push_back(change);
+// Whether the path of an element leads to it. It leads elsewhere from a second element of a name,
+// and a save would change that.
+bool IsFirst(const pugi::xml_node& element) {
+  const pugi::xml_node document = element.root();
+  return FollowPath(document, PathBelow(document, element), ChildElement) == element;
 }
 
-bool CopyAndRemember(const pugi::xml_node& destination, const pugi::xml_attribute& attribute) {
-  const pugi::xml_attribute copy = CopyAttribute(destination, attribute);
-  if (copy) Remember({ChangeKind::attribute, destination, copy});
-  return !copy.empty();
+// Changes an element and keeps that for the save.
+bool ApplyAndKeep(const pugi::xml_node& element, std::string attribute,
+                  std::optional<std::string> value) {
+  const auto file = FindLoadedFile(Opaque(element.root()));
+  if (file == loaded_files.end() || !IsFirst(element)) return false;
+  Change change = {PathBelow(file->document, element), std::move(attribute), std::move(value)};
+  if (!Apply(change, element)) return false;
+  file->changes.push_back(std::move(change));
+  return true;
 }
 
 struct StringWriter : pugi::xml_writer {
@@ -259,63 +247,20 @@ void CopyBounded(char* destination, int size, std::string_view text) {
 }
 
 bool Parse(std::string_view text, LoadedFile& file) {
-  constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   // What a cut left behind a NUL is no part of the file; the parser does not see it either.
   text = text.substr(0, text.find('\0'));
-  const std::size_t skipped = text.starts_with(byte_order_mark) ? byte_order_mark.size() : 0;
-  const std::string_view xml = text.substr(skipped);
-  if (HasNulReference(xml)) return false;
+  if (HasNulReference(text)) return false;
+  file.has_byte_order_mark = text.starts_with(byte_order_mark);
   const pugi::xml_parse_result result = file.document.load_buffer(
-      xml.data(), xml.size(), keep_everything, pugi::xml_encoding::encoding_utf8);
-  if (!result || !IsConfiguration(file.document)) return false;
-  KeepSurroundings(file, xml);
-  file.before_root.insert(0, text, 0, skipped);
-  return true;
+      text.data(), text.size(), keep_everything, pugi::xml_encoding::encoding_utf8);
+  return result && IsConfiguration(file.document);
 }
 
 std::string Print(const LoadedFile& file) {
   StringWriter writer;
-  writer.text = file.before_root;
-  file.document.document_element().print(writer, "", pugi::format_raw, pugi::encoding_utf8);
-  writer.text += file.after_root;
+  if (file.has_byte_order_mark) writer.text = byte_order_mark;
+  file.document.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
   return std::move(writer.text);
-}
-
-pugi::xml_node NextOfItsName(const pugi::xml_node& element) {
-  pugi::xml_node next = element.next_sibling(element.name());
-  while (next && next.type() != pugi::node_element) next = next.next_sibling(element.name());
-  return next;
-}
-
-// The child at the place that `element` has among the elements of its name.
-pugi::xml_node SameChild(const pugi::xml_node& parent, const pugi::xml_node& element) {
-  pugi::xml_node child = ChildElement(parent, element.name());
-  pugi::xml_node before = ChildElement(element.parent(), element.name());
-  for (; child && before != element; before = NextOfItsName(before)) child = NextOfItsName(child);
-  return child;
-}
-
-// Where an element of one tree is in another; created there, with what is missing on the way, if so
-// asked for.
-pugi::xml_node Counterpart(pugi::xml_node element, pugi::xml_node document, bool create) {
-  std::vector<pugi::xml_node> way;
-  for (; element.parent(); element = element.parent()) way.push_back(element);
-  pugi::xml_node place = document;
-  for (auto step = way.rbegin(); step != way.rend() && place; ++step) {
-    pugi::xml_node child = SameChild(place, *step);
-    if (!child && create) child = place.append_child(step->name());
-    place = child;
-  }
-  return place;
-}
-
-// False when the element is no longer there, or has become one that can't be changed so.
-bool Repeat(const Change& change, const pugi::xml_node& document) {
-  const bool create = change.kind == ChangeKind::element;
-  const pugi::xml_node place = Counterpart(change.element, document, create);
-  if (change.kind == ChangeKind::value) return SetText(place, Text(change.element));
-  if (change.kind == ChangeKind::attribute) return !CopyAttribute(place, change.attribute).empty();
-  return !place.empty();
 }
 
 // Makes of the file as it is now one with what has been changed through the handle; `left` gets
@@ -327,7 +272,8 @@ bool Merge(const LoadedFile& file, std::string_view present, std::string& next,
   if (!Parse(present, now)) return false;
   if (now.document.document_element().name() != root) return false;
   for (const Change& change : file.changes) {
-    if (!Repeat(change, now.document)) left.push_back(change);
+    const Step step = change.value ? ChildElement : ChildElementMade;
+    if (!Apply(change, FollowPath(now.document, change.path, step))) left.push_back(change);
   }
   next = Print(now);
   return true;
@@ -363,9 +309,7 @@ int cfg_get_param_value(cfg_node* node, char* value, int size) {
 
 int cfg_set_param_value(cfg_node* node, const char* value) {
   const auto text = Writable(value);
-  if (!text || !SetText(Node(node), *text)) return -1;
-  Remember({ChangeKind::value, Node(node), {}});
-  return 0;
+  return text && ApplyAndKeep(Node(node), {}, text) ? 0 : -1;
 }
 
 int cfg_set_param_value_no_eeprom(cfg_node* node, const char* value) {
@@ -376,28 +320,27 @@ int cfg_save_file(cfg_handle* handle, const char* path) {
   const auto file = FindLoadedFile(handle);
   if (file == loaded_files.end() || path == nullptr) return -1;
   const bool is_copy = file->path != path;
+  if (!is_copy && file->changes.empty()) return 0;
   std::vector<Change> left;
   const auto change = [&](const std::string* present, std::string& next) {
-    left.clear();
     if (present != nullptr && !is_copy) return Merge(*file, *present, next, left);
     next = Print(*file);
     return true;
   };
   if (File_Update(path, change) != 0) return -1;
-  if (!is_copy) {
-    file->changes = left;
-    file->known = {left.begin(), left.end()};
-  }
+  if (!is_copy) file->changes = left;
   return left.empty() ? 0 : -1;
 }
 
 cfg_node* cfg_add_param_node(cfg_node* root, const char* path) {
-  return Opaque(FollowPath(Node(root), path, [](pugi::xml_node parent, std::string_view name) {
+  return Opaque(FollowPath(Node(root), path, [](pugi::xml_node parent, const char* name) {
     pugi::xml_node child = ChildElement(parent, name);
-    if (child || !IsName(name, "-")) return child;
-    child = parent.append_child(std::string(name).c_str());
-    Remember({ChangeKind::element, child, {}});
-    return child;
+    // A file has one document element.
+    if (child || !parent.parent() || !IsName(name, "-")) return child;
+    child = parent.append_child(name);
+    if (ApplyAndKeep(child, {}, std::nullopt)) return child;
+    parent.remove_child(child);
+    return pugi::xml_node();
   }));
 }
 
@@ -406,15 +349,19 @@ int cfg_add_param_value(cfg_node* node, const char* value) {
 }
 
 int cfg_cp_node_attr(cfg_node* destination, cfg_node* source) {
+  if (!IsFirst(Node(destination))) return -1;
   for (const pugi::xml_attribute& attribute : Node(source).attributes()) {
-    (void)CopyAndRemember(Node(destination), attribute);  // what XML can't hold stays behind
+    // What XML can't hold stays behind.
+    (void)cfg_cp_node_attr_spec(destination, source, attribute.name());
   }
   return 0;
 }
 
 int cfg_cp_node_attr_spec(cfg_node* destination, cfg_node* source, const char* name) {
   const pugi::xml_attribute attribute = Node(source).attribute(name);
-  return attribute && CopyAndRemember(Node(destination), attribute) ? 0 : -1;
+  const auto value = Writable(attribute.value());
+  if (!attribute || !value || !IsName(name, "-.:")) return -1;
+  return ApplyAndKeep(Node(destination), name, value) ? 0 : -1;
 }
 
 int cfg_get_node_op_mode(cfg_node* node, int mode) {
@@ -425,12 +372,7 @@ int cfg_get_node_op_mode(cfg_node* node, int mode) {
 }
 
 void cfg_get_node_pathname(cfg_node* node, cfg_node* base, char* path, int size) {
-  std::string text;
-  for (pugi::xml_node element = Node(node); element && element != Node(base);
-       element = element.parent()) {
-    text.insert(0, text.empty() ? element.name() : std::string(element.name()) + ".");
-  }
-  CopyBounded(path, size, text);
+  CopyBounded(path, size, PathBelow(Node(base), Node(node)));
 }
 
 cfg_node* cfg_walk_next(cfg_node* node, cfg_node* base, int descend) {

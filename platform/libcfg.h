@@ -31,8 +31,9 @@ cfg_node* cfg_find_param_node(cfg_node* parent, const char* path);
 int cfg_get_param_value(cfg_node* node, char* value, int size);
 
 /* Replaces the element's text in memory. A character that a cut left unfinished at the end of the
- * value is dropped. Returns 0; or -1 when the element has child elements, or the value holds what
- * no XML file can: bytes that are no UTF-8, control characters other than tab and line ends, U+FFFE
+ * value is dropped. Returns 0; or -1 when the element has child elements, its path leads to another
+ * (as every second element's of a name does, here and in what follows), or the value holds what no
+ * XML file can: bytes that are no UTF-8, control characters other than tab and line ends, U+FFFE
  * and U+FFFF. */
 int cfg_set_param_value(cfg_node* node, const char* value);
 
@@ -41,10 +42,11 @@ int cfg_set_param_value(cfg_node* node, const char* value);
 int cfg_set_param_value_no_eeprom(cfg_node* node, const char* value);
 
 /* Saves what was changed through the handle in the file that it was loaded from, as that file is
- * now: what others have saved since then stays, and the handle's own tree does not show it. The
- * whole tree goes to another `path`, or to one where there is no file any more. Atomic: whoever
- * reads the file or cuts the power meanwhile sees the old file or the new one, whole. Writes
- * nothing when the file would stay the same. Keeps the old file's owner and mode.
+ * now: what others have saved since then stays, and the handle's own tree does not show it. Touches
+ * nothing when nothing was changed. The whole tree goes to another `path`, or to one where there is
+ * no file any more. Atomic: whoever reads the file or cuts the power meanwhile sees the old file or
+ * the new one, whole. Writes nothing when the file would stay the same. Keeps the old file's owner
+ * and mode.
  *
  * Returns 0. Returns -1 with the file untouched when it can't be written, is not a configuration
  * any more, or another saver holds it for 5 s; and -1 with all else saved when an element that was
@@ -52,15 +54,16 @@ int cfg_set_param_value_no_eeprom(cfg_node* node, const char* value);
 int cfg_save_file(cfg_handle* handle, const char* path);
 
 /* The element at a dotted path below `root`, created with whatever is missing on the way to it.
- * Null when something is missing whose name is empty or no XML name in ASCII without "." and ":".
- */
+ * Null when something is missing whose name is empty or no XML name in ASCII without "." and ":",
+ * or that would lie beside the document element or in a second element of a name. */
 cfg_node* cfg_add_param_node(cfg_node* root, const char* path);
 
 /* Gives a new element its value. Returns 0 or -1, as cfg_set_param_value. */
 int cfg_add_param_value(cfg_node* node, const char* value);
 
 /* Copies all attributes of `source` to `destination`, replacing those of the same name; but none
- * that XML can't hold or whose name is not in ASCII. Returns 0. */
+ * that XML can't hold or whose name is not in ASCII. Returns 0; or -1 for a second element of a
+ * name as the destination. */
 int cfg_cp_node_attr(cfg_node* destination, cfg_node* source);
 
 /* Copies one attribute. Returns 0, or -1 when `source` has none of that name or it can't be copied.

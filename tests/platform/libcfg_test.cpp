@@ -82,17 +82,26 @@ TEST(Libcfg, FindsWalksAndChanges) {
 
 // A file that would stay as it is, is not written.
 TEST(LibcfgFile, KeepsWhatNobodyChangesAndRefusesWhatIsNoConfiguration) {
-  for (const auto& [content, expected] : std::initializer_list<std::pair<std::string, std::string>>{
-           {camera_file, camera_file},
-           {"<root a='</root>'/>\n<!-- </root> -->", "<root a=\"&lt;/root>\"/>\n<!-- </root> -->"},
-           {"<!-- <root> --><root  >1 > 0</root >", "<!-- <root> --><root>1 &gt; 0</root>"},
-           {std::string("<root>1</root>\n\0</b>", 20), "<root>1</root>\n"}}) {
+  std::string camera_file_after = camera_file;
+  camera_file_after.insert(camera_file_after.find("</root>"), "<New/>");
+  for (const auto& [content, after] : std::initializer_list<std::pair<std::string, std::string>>{
+           {camera_file, camera_file_after},
+           {"<root a='</root>'/>\n<!-- </root> -->",
+            "<root a=\"&lt;/root>\"><New/></root>\n<!-- </root> -->"},
+           {"<!-- <root> --><root  >1 > 0</root >", "<!-- <root> --><root>1 &gt; 0<New/></root>"},
+           {std::string("<root>1</root>\n\0</b>", 20), "<root>1<New/></root>\n"}}) {
     const TemporaryFolder folder;
     const Loaded file(folder.Write("device.conf", content));
-    std::filesystem::create_hard_link(file.path, folder.path + "/before");
     EXPECT_EQ(0, file.Save());
-    EXPECT_EQ(expected, folder.Read("device.conf"));
-    EXPECT_EQ(expected == content, std::filesystem::equivalent(file.path, folder.path + "/before"));
+    EXPECT_EQ(content, folder.Read("device.conf"));
+    EXPECT_NE(nullptr, cfg_add_param_node(file.root, "New"));
+    EXPECT_EQ(0, file.Save());
+    EXPECT_EQ(after, folder.Read("device.conf"));
+    std::filesystem::create_hard_link(file.path, folder.path + "/before");
+    EXPECT_EQ(0, file.Set("New", ""));
+    EXPECT_EQ(0, file.Save());
+    EXPECT_TRUE(std::filesystem::equivalent(file.path, folder.path + "/before"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path + "/.device.conf.new"));
   }
   const TemporaryFolder folder;
   for (const char* content :
@@ -103,8 +112,34 @@ TEST(LibcfgFile, KeepsWhatNobodyChangesAndRefusesWhatIsNoConfiguration) {
   }
 }
 
-// What a handle changes, what others have saved meanwhile (empty: they removed the file), what is
-// there after its save, and the save's result.
+// The walk hands out second elements of a name. No path leads to them, and a save changes what a
+// path leads to.
+TEST(LibcfgFile, ChangesFirstElementsOnly) {
+  const TemporaryFolder folder;
+  const Loaded file(folder.Write("device.conf",
+                                 "<root op=\"1\"><?A b?><A>1</A><A>2</A>"
+                                 "<L><A>3</A></L><L><A>4</A></L></root>"));
+  std::vector<cfg_node*> nodes;
+  for (cfg_node* node = cfg_walk_next(file.root, file.root, 1); node != nullptr;
+       node = cfg_walk_next(node, file.root, 1)) {
+    nodes.push_back(node);
+  }
+  std::string results;
+  for (cfg_node* node : nodes) {
+    results += std::to_string(cfg_cp_node_attr_spec(node, file.root, "op"));
+    results += std::to_string(cfg_cp_node_attr(node, file.root));
+    results += std::to_string(cfg_set_param_value(node, "x"));
+    results += cfg_add_param_node(node, "N") == nullptr ? "- " : "N ";
+  }
+  EXPECT_EQ("000N -1-1-1- 00-1N 000N -1-1-1- -1-1-1- ", results);
+  EXPECT_EQ(nullptr, cfg_add_param_node(file.handle, "second")) << "beside the document element";
+  EXPECT_EQ(0, file.Save());
+  EXPECT_EQ(
+      "<root op=\"1\"><?A b?><A op=\"1\">x<N/></A><A>2</A>"
+      "<L op=\"1\"><A op=\"1\">x<N/></A><N/></L><L><A>4</A></L></root>",
+      folder.Read("device.conf"));
+}
+
 struct Merge {
   void (*change)(const Loaded& file);
   std::string_view theirs, expected;

@@ -64,7 +64,7 @@ TEST(ListInstance, TakesTheFirstFreeIndexUpToTheMaximum) {
   SetParameter("Event.Server.S0.Type", "ftp");
   EXPECT_EQ("NsIndex=1\nsave", Add(network_storage_list));
   EXPECT_EQ("", Parameter("Event.Server.S1.Type"));
-  EXPECT_EQ("NsIndex=1\nsave", Add(network_storage_list)) << "saved all the same";
+  EXPECT_EQ("NsIndex=1\n", Add(network_storage_list)) << "nothing changes, nothing is saved";
   EXPECT_EQ("(none)", Parameter("Event.Server.S2.Type"));
 }
 
@@ -78,7 +78,7 @@ TEST(ListInstance, TakesTheIndexThatItsPathAsksFor) {
             Add(scheduled_event_list, "Event.Scheduled.S0.Enabled"));
   EXPECT_EQ("off", Parameter("Event.Scheduled.S0.Enabled"));
   SetParameter("StreamProfile.I2.Video.Name", "mine");
-  EXPECT_EQ("add index=2\nsave", Add(stream_profile_list, "StreamProfile.I2.Audio.Enabled"));
+  EXPECT_EQ("add index=2\n", Add(stream_profile_list, "StreamProfile.I2.Audio.Enabled"));
   EXPECT_EQ("mine", Parameter("StreamProfile.I2.Video.Name")) << "an existing one stays as it is";
 
   EXPECT_EQ("", Add(stream_profile_list, "StreamProfile.IX.Video.Name"));
