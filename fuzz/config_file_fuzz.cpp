@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Any configuration file: first line a path, second line a new value, behind them the file.
-#include <algorithm>
-
 #include "config/store.h"
 #include "fuzz/fuzz.h"
 #include "tests/fakes/emulated_camera.h"
@@ -38,22 +36,24 @@ std::string SaveAndCheck(const ConfigFile& config) {
 
 }  // namespace
 
-void FuzzOneInput(std::string_view input) {
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::string_view input(reinterpret_cast<const char*>(data), size);
   const std::string path(TakeUpTo('\n', input));
   std::string value(TakeUpTo('\n', input));
   value = value.substr(0, value.find('\0'));
   camera = EmulatedCamera();
   camera.files[device_conf] = input;
   const ConfigFile config = Nv_OpenConfig();
-  if (config.root == nullptr) return;
+  if (config.root == nullptr) return 0;
   const std::string saved = SaveAndCheck(config);
   if (SaveAndCheck(Nv_OpenConfig()) != saved) Fail("a second save is different");
   cfg_node* node = cfg_find_param_node(config.root, path.c_str());
   if (node == nullptr) node = cfg_add_param_node(config.root, path.c_str());
-  if (node == nullptr || cfg_set_param_value(node, value.c_str()) != 0) return;
+  if (node == nullptr || cfg_set_param_value(node, value.c_str()) != 0) return 0;
   const std::string kept = Value(node);  // without a character that is unfinished at the end
   if (!value.starts_with(kept) || kept.size() + 3 < std::min<std::size_t>(value.size(), 4095)) {
     Fail("a new value is another");
   }
   (void)SaveAndCheck(config);
+  return 0;
 }

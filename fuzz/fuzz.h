@@ -1,24 +1,25 @@
 // SPDX-License-Identifier: MIT
-// What the fuzz targets share: a factory camera in memory, and a way to fail.
+// What the fuzz targets share.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <string_view>
 
-// The target of this program: runs one input.
-void FuzzOneInput(std::string_view input);
+// The target of this program: runs one input. libFuzzer calls it, or replay.cpp.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 // Stops the fuzzer: the input has shown what must not be.
-[[noreturn]] void Fail(const char* what, unsigned long number = 0);
-
-// The simulated camera's own device.conf and templates on an EEPROM that was filled from them.
-void FitFilledCamera();
-
-// Starts the daemon and checks what a start must leave behind, whatever it found.
-void StartAndCheck();
-
-// Hands over a message and checks that it writes to the sections' payloads only, and does nothing
-// else.
-void SendAndCheck(std::string_view message);
+[[noreturn]] inline void Fail(const char* what) {
+  (void)std::fprintf(stderr, "FAILED: %s\n", what);
+  std::abort();
+}
 
 // The input up to the next `end`, which is taken off as well.
-std::string_view TakeUpTo(char end, std::string_view& input);
+inline std::string_view TakeUpTo(char end, std::string_view& input) {
+  const std::string_view part = input.substr(0, input.find(end));
+  input.remove_prefix(std::min(part.size() + 1, input.size()));
+  return part;
+}

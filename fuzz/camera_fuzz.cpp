@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+// A camera's life on any image, configuration and messages. The input is lines:
+//   @ADDRESS BYTES   bytes of the chip, in hex         =PATH=VALUE  a parameter of device.conf
+//   !                the daemon starts (again)         >MESSAGE     and is told something
+//   x, o             the chip leaves the bus, returns
+//   %N               the power fails after N transfers
+// Anything else counts for nothing. At the end the chip is back and the daemon starts once more.
+#include <charconv>
+#include <regex>
+
+#include "config/section_list.h"
+#include "config/store.h"
+#include "daemon/commands.h"
+#include "eeprom/identification.h"
+#include "fuzz/fuzz.h"
+#include "sections/section.h"
+#include "tests/fakes/emulated_camera.h"
+
+namespace {
+
+constexpr int most_lines = 64;
+constexpr int most_starts = 3;
+constexpr long most_reads = 5'000'000;  // a whole image takes about 12,000
+constexpr std::size_t largest_configuration = 4U << 20U;
+
+struct Range {
+  std::uint32_t from;
+  std::size_t size;
+};
+
+unsigned ToNumber(std::string_view text, int base) {
+  unsigned number = 0;
+  (void)std::from_chars(text.data(), text.data() + text.size(), number, base);
+  return number;
+}
+
+// Bytes go into the payloads of the sections that the daemon knows, the time stamp and `more`;
+// everything else may only be written with what it held. Rows go by the position in the chain, a
+// section's size by its type.
+void CheckWrites(const Range& more, const std::vector<std::uint8_t>& before) {
+  std::vector<Range> ranges = {{41, 4}, more};
+  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
+    const std::size_t rows = PayloadSize(Map_Rows(*node->map));
+    ranges.push_back(
+        {Section_FieldAddress(node->address, 0), std::max(rows, Section_PayloadSize(node->type))});
+  }
+  for (const auto& [address, bytes, size] : camera.writes) {
+    const bool is_allowed = std::ranges::any_of(ranges, [=, at = address, n = size](auto& range) {
+      // A piece of a field stays in the 64 KiB block in which it begins.
+      return ((at - range.from) & 0xFFFFU) + n <= range.size;
+    });
+    if (!is_allowed && !std::equal(&bytes[0], &bytes[size], &before[address])) {
+      Fail("a write outside");
+    }
+  }
+}
+
+// Runs a step, which returns what it may write beside the sections' payloads, and checks what it
+// leaves behind. Only numbers of the EEPROM's ever reach the shell.
+void Check(const std::function<Range()>& step) {
+  static const std::regex harmless(
+      "restore|listen|save|sleep 3|/bin/xmlcfg -g [^`$;|\"'<\n]*|"
+      "echo \"(zoom|focus)=-?[0-9]+\" >> /mnt/mtd/lens_position_change");
+  const auto before = camera.chip;
+  const bool loaded = Nv_OpenConfig().root != nullptr;
+  camera.writes.clear();
+  camera.actions.clear();
+  camera.reads = 0;
+  CheckWrites(step(), before);
+  if (camera.reads > most_reads) Fail("too many bus reads");
+  if (loaded && Nv_OpenConfig().root == nullptr) Fail("device.conf can't be loaded any more");
+  if (camera.files[device_conf].size() > largest_configuration) Fail("device.conf grows");
+  for (const std::string& action : camera.actions) {
+    if (!std::regex_match(action, harmless)) Fail(action.c_str());
+  }
+}
+
+Range Start() {
+  const int found = StartDaemon();
+  if (found == identification_match) return {};
+  return {0, found == identification_empty ? EEPROM_IMAGE_SIZE : 45};
+}
+
+Range Send(std::string_view message) {
+  Nv_HandleCommand(message.substr(0, 128));
+  if (std::ranges::count(camera.actions, "save") != 0) Fail("a message saved device.conf");
+  return message.starts_with("General.Brand.ProdNbr") ? Range{9, 32} : Range{};
+}
+
+void PatchChip(std::string_view line) {
+  std::size_t address = ToNumber(TakeUpTo(' ', line), 16);
+  for (; line.size() >= 2; line.remove_prefix(2)) {
+    camera.chip[address++ % camera.chip.size()] =
+        static_cast<std::uint8_t>(ToNumber(line.substr(0, 2), 16));
+  }
+}
+
+void RunLine(char what, std::string_view line, int& starts) {
+  if (what == '@') PatchChip(line);
+  if (what == '=') {
+    const std::string path(TakeUpTo('=', line));
+    SetParameter(path, std::string(line));
+  }
+  if (what == '!' && ++starts <= most_starts) Check(Start);
+  if (what == '>') Check([line] { return Send(line); });
+  if (what == 'x' || what == 'o') camera.absent = what == 'x';
+  if (what == 'o') camera.lost_from = -1;
+  if (what == '%') {
+    camera.writes.clear();
+    camera.lost_from = ToNumber(line, 10) % 7000;
+  }
+}
+
+// The simulated camera's own device.conf and templates on an EEPROM that was filled from them.
+void FitFilledCamera() {
+  static const EmulatedCamera filled = [] {
+    if (std::freopen("/dev/null", "w", stdout) == nullptr) Fail("no /dev/null");
+    FitFactoryCamera();
+    (void)StartDaemon();
+    return camera;
+  }();
+  camera = filled;
+  SectionList_Free();
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::string_view input(reinterpret_cast<const char*>(data), size);
+  FitFilledCamera();
+  int starts = 0;
+  for (int lines = 0; !input.empty() && lines < most_lines; ++lines) {
+    const std::string_view line = TakeUpTo('\n', input);
+    if (!line.empty()) RunLine(line.front(), line.substr(1), starts);
+  }
+  RunLine('o', {}, starts);
+  Check(Start);
+  return 0;
+}
