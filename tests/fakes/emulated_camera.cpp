@@ -28,10 +28,6 @@ constexpr std::uint32_t page_mask = 0xFF;
 std::uint32_t block;  // address bits 16 to 18, which the device address carries
 std::size_t width;    // data bytes of a transfer
 
-void Record(const char* before, std::span<const std::uint8_t> bytes, const char* behind) {
-  if (camera.records) camera.bus += before + HexText(bytes) + behind;
-}
-
 // The first `count` bytes of a transfer arrive.
 void Keep(std::vector<std::uint8_t>& chip, const Transfer& transfer, std::uint32_t count) {
   for (std::uint32_t i = 0; i < count; ++i) {
@@ -48,7 +44,7 @@ int OnRequest(int, unsigned long request, unsigned long argument) {
     return 0;
   }
   width = argument + 1;
-  return request == I2C_REQUEST_DATA_WIDTH ? camera.width_answer : -1;
+  return camera.widths++ == camera.refuse_width ? -1 : camera.width_answer;
 }
 
 ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
@@ -65,14 +61,15 @@ ssize_t OnRead(int, std::span<std::uint8_t> buffer) {
   return answered ? static_cast<ssize_t>(buffer.size()) : -1;
 }
 
-void OnWait(unsigned microseconds) {
-  Record(microseconds == 10000 ? "~" : "~?", {}, " ");
-  Host_SleepMicroseconds(microseconds);
-}
-
-constexpr I2cAdapter adapter = {"emulated", nullptr, OnRequest, OnWrite, OnRead, OnWait};
+constexpr I2cAdapter adapter = {"emulated", nullptr, OnRequest,
+                                OnWrite,    OnRead,  Host_SleepMicroseconds};
 
 }  // namespace
+
+void Record(const char* before, std::span<const std::uint8_t> bytes, const char* behind) {
+  if (!camera.records) return;
+  camera.bus += before + HexText(bytes) + behind;
+}
 
 std::string HexText(std::span<const std::uint8_t> bytes) {
   constexpr std::string_view digits = "0123456789ABCDEF";
@@ -116,7 +113,10 @@ int unix_socket_open(const char*) {
 
 void Host_ReserveStandardDescriptors() {}
 std::uint32_t Host_Time() { return 0x01020304; }
-void Host_SleepMicroseconds(unsigned microseconds) { camera.slept_us += microseconds; }
+void Host_SleepMicroseconds(unsigned microseconds) {
+  Record(microseconds == 10000 ? "~" : "~?", {}, " ");
+  camera.slept_us += microseconds;
+}
 void Host_SleepSeconds(unsigned seconds) {
   camera.actions.push_back("sleep " + std::to_string(seconds));
 }
@@ -254,6 +254,14 @@ void ForEachCut(const std::function<void()>& action, const std::function<void()>
     }
     for (auto* chip : {&state, &camera.chip}) Keep(*chip, whole, whole.size);
   }
+}
+
+std::string TrafficOf(const std::function<void()>& action) {
+  camera.bus.clear();
+  camera.records = true;
+  action();
+  camera.records = false;
+  return camera.bus;
 }
 
 std::string OutputOf(const std::function<void()>& action) {

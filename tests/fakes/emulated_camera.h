@@ -22,14 +22,16 @@ struct EmulatedCamera {
   std::vector<std::uint8_t> chip = std::vector<std::uint8_t>(0x80000, 0xFF);
   std::vector<Transfer> writes;  // all that were tried
   long reads = 0;
+  long widths = 0;  // requests for the data width
   bool records = false;
-  std::string bus;  // requests, buffers and waits while `records`: "A0 w01 [29 00 02 01] ~ "
+  std::string bus;  // while `records`
   // Faults.
   bool absent = false;     // nobody answers on the bus
   long refuse_write = -1;  // the number of the one write, from 0, that nobody answers
   long refuse_read = -1;
+  long refuse_width = -1;
   long lost_from = -1;   // this write and all behind it arrive without changing a byte
-  int width_answer = 0;  // of the request for the data width
+  int width_answer = 0;  // of the others
 
   std::map<std::string, std::string> files;
   std::vector<std::string> actions;  // commands run, "save", "sleep 3", "listen", in order
@@ -71,8 +73,14 @@ std::string WrittenBy(const std::function<void()>& action);
 // transfer is lost, half of it arrives, its cells are torn) and with the files as they are now.
 void ForEachCut(const std::function<void()>& action, const std::function<void()>& check);
 
+// Adds to what TrafficOf returns, in the place of an adapter.
+void Record(const char* before, std::span<const std::uint8_t> bytes, const char* behind);
+
 // "29 00 02 01"
 std::string HexText(std::span<const std::uint8_t> bytes);
+
+// The requests, buffers and waits of an action: "A0 w01 [29 00 02 01] ~ ".
+std::string TrafficOf(const std::function<void()>& action);
 
 // What the code prints to standard output while `action` runs.
 std::string OutputOf(const std::function<void()>& action);

@@ -15,14 +15,6 @@ constexpr int fd = 7;
 constexpr ByteOrder big = ByteOrder::big_endian;
 constexpr ByteOrder little = ByteOrder::little_endian;
 
-std::string TrafficOf(const std::function<void()>& action) {
-  camera.bus.clear();
-  camera.records = true;
-  action();
-  camera.records = false;
-  return camera.bus;
-}
-
 TEST(I2cEeprom, SendsExactlyTheseTransfers) {
   static constexpr std::array<std::uint8_t, 3> raw = {1, 2, 3};
   const std::vector<std::pair<std::function<int()>, const char*>> cases = {

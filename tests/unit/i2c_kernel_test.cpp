@@ -1,147 +1,106 @@
 // SPDX-License-Identifier: MIT
-// The adapter for the kernel's I2C devices: it must leave the bytes in the chip that the transfer
-// buffers of the camera's own driver leave. The linker redirects ioctl to a bus whose chip wraps
-// inside pages of 32 bytes and answers nothing during its write cycle.
+// The adapter for the kernel's I2C devices: which transfers it makes, and what it does when they
+// are refused, cut short or interrupted.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/i2c.h>
 
 #include <cerrno>
-#include <cstdarg>
 
 #include "eeprom/i2c_eeprom.h"
 #include "platform/i2c_bus.h"
 #include "tests/fakes/emulated_camera.h"
-
-namespace {
-
-constexpr std::uint32_t page_size = 32;
-constexpr ByteOrder big = ByteOrder::big_endian;
-
-struct Bus {
-  bool is_vendor_driver = false;
-  int interruptions = 0;  // so many calls end with EINTR before anything is sent
-  int calls = 0;
-};
-Bus bus;
-
-int Fail(int error) {
-  errno = error;
-  return -1;
-}
-
-// One message writes the register address, high byte first, and data; a second one reads a byte.
-int Send(const i2c_rdwr_ioctl_data& call) {
-  const i2c_msg& first = call.msgs[0];
-  const std::uint32_t address = (first.addr & 7U) << 16U | first.buf[0] * 256U | first.buf[1];
-  Transfer transfer = {address, {}, first.len - 2U};
-  std::copy(first.buf + 2, first.buf + first.len, transfer.bytes.begin());
-  const bool in_page = address % page_size + transfer.size <= page_size;  // else it would wrap
-  const bool answered = call.nmsgs == 1 ? in_page && ChipWrites(transfer)
-                                        : call.msgs[1].flags == I2C_M_RD && call.msgs[1].len == 1 &&
-                                              ChipReads(address, call.msgs[1].buf[0]);
-  return answered && (first.addr & 0x78U) == 0x50 ? static_cast<int>(call.nmsgs) : Fail(ENXIO);
-}
-
-}  // namespace
+#include "tests/fakes/i2c_device.h"
 
 // Tests that run at the same time share the device.
 extern "C" int __wrap_flock(int fd, int operation);
 extern "C" int __wrap_flock(int, int) { return 0; }
 
-extern "C" int __wrap_ioctl(int fd, unsigned long request, ...);
-extern "C" int __wrap_ioctl(int fd, unsigned long request, ...) {
-  va_list arguments;
-  va_start(arguments, request);
-  const auto* call = va_arg(arguments, const i2c_rdwr_ioctl_data*);
-  va_end(arguments);
-  if (fcntl(fd, F_GETFD) < 0) return Fail(EBADF);
-  if (request == I2C_REQUEST_REGISTER_WIDTH && bus.is_vendor_driver) return 0;
-  if (request != I2C_RDWR) return Fail(ENOTTY);
-  if (bus.interruptions-- > 0) return Fail(EINTR);
-  ++bus.calls;
-  return Send(*call);
-}
-
 namespace {
 
-// Every character device will do: what it does is up to the emulated bus.
-int OpenBus(const Bus& fresh) {
+using Results = std::vector<int>;
+
+// Opens a device whose transfers end with these results, all behind them well. Every byte that is
+// read is 77.
+int OpenDevice(const Results& results) {
   FitCamera();
-  bus = fresh;
+  i2c_device.is_vendors = false;
+  i2c_device.transfer = [left = results](std::span<i2c_msg> messages) mutable {
+    int result = static_cast<int>(messages.size());
+    if (!left.empty()) {
+      result = left.front();
+      left.erase(left.begin());
+    }
+    for (const auto& [address, flags, size, bytes] : messages) {
+      if (flags == I2C_M_RD) bytes[0] = 0x77;
+      Record("", std::array{static_cast<std::uint8_t>(address)}, flags == I2C_M_RD ? "r" : "w");
+      Record("[", {bytes, size}, "] ");
+    }
+    errno = -result;
+    return std::max(result, -1);
+  };
   return I2c_Open("/dev/null");
 }
 
-std::uint32_t ReadByte(int fd, std::uint32_t address) {
-  std::uint32_t value = 0;
-  EEprom_Read(fd, address, value, 1);
-  return value;
-}
-
 TEST(I2cKernel, IsChosenForADeviceThatIsNotTheVendors) {
-  (void)OpenBus({.is_vendor_driver = true});
-  EXPECT_EQ(&i2c_vendor_adapter, I2c_UseAdapter(nullptr));
-  const int fd = OpenBus({});
+  const int fd = OpenDevice({});
+  EXPECT_EQ(&i2c_kernel_adapter, I2c_UseAdapter(&i2c_kernel_adapter));
   (void)EEprom_Close(fd);
-  EXPECT_EQ(&i2c_kernel_adapter, I2c_UseAdapter(nullptr));
   EXPECT_EQ(-1, fcntl(fd, F_GETFD)) << "closed";
   (void)EEprom_Close(0);
   EXPECT_NE(-1, fcntl(0, F_GETFD)) << "counts as not open";
+  i2c_device.is_vendors = true;
+  I2c_Close(I2c_Open("/dev/null"));
+  EXPECT_EQ(&i2c_vendor_adapter, I2c_UseAdapter(nullptr));
 }
 
-TEST(I2cKernel, LeavesTheBytesThatTheVendorsBuffersLeave) {
-  static constexpr std::array<std::uint8_t, 3> raw = {0x11, 0x22, 0x33};
-  const std::vector<std::function<int(int fd, std::uint32_t address)>> calls = {
-      [](int on, auto at) { return EEprom_WriteByte(on, at, 0x5A); },
-      [](int on, auto at) { return EEprom_WriteWord(on, at, 0x1234, big); },
-      [](int on, auto at) { return EEprom_WriteRaw(on, at, raw); }};
-  FitCamera();
-  const I2cAdapter* vendor_buffers = I2c_UseAdapter(nullptr);
-  const int fd = OpenBus({});
-  const I2cAdapter* kernel = I2c_UseAdapter(nullptr);
-  for (const std::uint32_t start : {0x00U, 0x1FFE0U, 0x70000U}) {
-    for (std::uint32_t number = 0; number < 3 * (page_size + 2); ++number) {
-      const auto& call = calls[number % 3];
-      const std::uint32_t address = start + number / 3;
-      auto chip = camera.chip;
-      (void)I2c_UseAdapter(kernel);
-      EXPECT_EQ(0, call(fd, address));
-      EXPECT_EQ(camera.chip[address], ReadByte(fd, address));
-      camera.chip.swap(chip);
-      (void)I2c_UseAdapter(vendor_buffers);
-      EXPECT_EQ(0, call(fd, address));
-      ASSERT_TRUE(chip == camera.chip) << "at " << address;
-    }
+int device = -1;
+int Byte(std::uint32_t address) { return EEprom_WriteByte(device, address, 0xAB); }
+int Pair(std::uint32_t address) {
+  return EEprom_WriteWord(device, address, 0x1122, ByteOrder::big_endian);
+}
+int Read(std::uint32_t address) {
+  std::uint32_t value = 0;
+  EEprom_Read(device, address, value, 1);
+  return static_cast<int>(value);
+}
+int BadWidth(std::uint32_t) {
+  return static_cast<int>(I2c_Write(device, std::array<std::uint8_t, 5>{}));
+}
+
+struct Case {
+  int (*call)(std::uint32_t address);
+  std::uint32_t address;
+  Results results;  // of its transfers: messages that went through, or the negative error
+  int result;
+  const char* traffic;
+};
+// The chip wraps inside its pages, the smallest of which have 32 bytes. It answers nothing in its
+// write cycle (~), which an interrupted transfer may have begun.
+// clang-format off
+const std::vector<Case> cases = {
+    {Byte,     0x01234, {},               0,    "50w[12 34 AB] ~ "},
+    {Pair,     0x7051E, {},               0,    "57w[05 1E 11 22] ~ "},
+    {Pair,     0x2051F, {},               0,    "52w[05 1F 11] ~ 52w[05 20 22] ~ "},
+    {Pair,     0x0051F, {-ENXIO},         -1,   "50w[05 1F 11] "},
+    {Pair,     0x0051F, {1, -ENXIO},      -1,   "50w[05 1F 11] ~ 50w[05 20 22] "},
+    {Byte,     0x00040, {-EINTR, -EINTR}, 0,    "50w[00 40 AB] ~ 50w[00 40 AB] ~ 50w[00 40 AB] ~ "},
+    {BadWidth, 0x00000, {},               -1,   ""},
+    {Read,     0x01234, {},               0x77, "50w[12 34] 50r[77] "},
+    {Read,     0x01234, {-EINTR},         0x77, "50w[12 34] 50r[77] ~ 50w[12 34] 50r[77] "},
+    {Read,     0x01234, {-ENXIO},         0x34, "50w[12 34] 50r[77] "},
+    {Read,     0x01234, {1},              0x34, "50w[12 34] 50r[77] "},
+};
+// clang-format on
+
+TEST(I2cKernel, MakesExactlyTheseTransfers) {
+  for (const auto& [call, address, results, result, traffic] : cases) {
+    device = OpenDevice(results);
+    int seen = 0;
+    EXPECT_EQ(traffic, TrafficOf([&] { seen = call(address); }));
+    EXPECT_EQ(result, seen) << traffic;
+    I2c_Close(device);
   }
-}
-
-TEST(I2cKernel, WaitsOutEveryWriteCycle) {
-  const int fd = OpenBus({});
-  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x51E, 0xABCD, big));
-  EXPECT_EQ(0, EEprom_WriteWord(fd, 0x51F, 0xABCD, big)) << "across a page of the chip";
-  EXPECT_EQ(30000U, camera.slept_us);
-  EXPECT_EQ(0xCDU, ReadByte(fd, 0x520));
-  EXPECT_EQ(4, bus.calls) << "address and data of a read in one call";
-  EXPECT_EQ(-1, I2c_Write(fd, std::array<std::uint8_t, 5>{})) << "not in this width";
-}
-
-TEST(I2cKernel, RepeatsWhatASignalInterrupted) {
-  const int fd = OpenBus({.interruptions = 2});
-  EXPECT_EQ(0, EEprom_WriteByte(fd, 0x40, 0x77));
-  bus.interruptions = 2;
-  EXPECT_EQ(0x77U, ReadByte(fd, 0x40));
-}
-
-TEST(I2cKernel, ReportsWhatNothingAnswers) {
-  for (const int refused : {0, 1}) {
-    const int fd = OpenBus({});
-    camera.refuse_write = refused;
-    EXPECT_EQ("I2C_WRITE error!\n",
-              OutputOf([fd] { EXPECT_EQ(-1, EEprom_WriteWord(fd, 0x1F, 0x1122, big)); }));
-    EXPECT_EQ(refused + 1, bus.calls) << "nothing is sent behind it";
-    camera.absent = true;
-    EXPECT_EQ(0x34U, ReadByte(fd, 0x1234)) << "the address stays";
-  }
+  EXPECT_EQ(11U, cases.size());
 }
 
 }  // namespace
