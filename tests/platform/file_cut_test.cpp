@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Saving a file, cut or failing at each system call: it is the old one or the new one.
+// Saving a file, cut, failing or disturbed at each system call: it is the old one or the new one.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,10 +14,11 @@
 
 namespace {
 
-enum class Trouble { none, cut_before, cut_after, fails, half };
+enum class Trouble { none, cut_before, cut_after, fails, interrupted, half, overtaken };
 
 Trouble trouble = Trouble::none;
 std::size_t trouble_at = 0;  // the number of the call, from 1
+std::string trouble_in;      // the folder
 std::vector<std::string> calls;
 
 bool Hits(Trouble what) { return calls.size() == trouble_at && trouble == what; }
@@ -30,8 +31,16 @@ void CutIf(bool hit) {
 bool Passes(const char* name) {
   calls.emplace_back(name);
   CutIf(Hits(Trouble::cut_before));
-  errno = ENOSPC;
-  return !Hits(Trouble::fails);
+  errno = Hits(Trouble::interrupted) ? EINTR : ENOSPC;
+  return !Hits(Trouble::fails) && !Hits(Trouble::interrupted);
+}
+
+// Until now another saver had the lock, which has renamed the file that is to be locked.
+int Overtake(int fd) {
+  if (Hits(Trouble::overtaken)) {
+    std::filesystem::rename(trouble_in + "/.device.conf.new", trouble_in + "/device.conf");
+  }
+  return fd;
 }
 
 }  // namespace
@@ -48,11 +57,13 @@ bool Passes(const char* name) {
   }
 WRAP(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode))
 WRAP(int, open64, (const char* path, int flags, mode_t mode), (path, flags, mode))
-WRAP(int, flock, (int fd, int operation), (fd, operation))
+WRAP(int, flock, (int fd, int operation), (Overtake(fd), operation))
 WRAP(int, fchown, (int fd, uid_t user, gid_t group), (fd, user, group))
 WRAP(int, fchmod, (int fd, mode_t mode), (fd, mode))
 WRAP(int, ftruncate, (int fd, long size), (fd, size))
 WRAP(int, ftruncate64, (int fd, long long size), (fd, size))
+WRAP(ssize_t, read, (int fd, void* data, size_t size),
+     (fd, data, Hits(Trouble::half) ? size / 2 : size))
 WRAP(ssize_t, write, (int fd, const void* data, size_t size),
      (fd, data, Hits(Trouble::half) ? size / 2 : size))
 WRAP(int, fsync, (int fd), (fd))
@@ -77,6 +88,7 @@ int SaveWith(const Folder& folder, Trouble what, std::size_t at) {
     calls.clear();
     trouble = what;
     trouble_at = at;
+    trouble_in = folder.path;
     _exit(File_Replace(folder.file.c_str(), new_file) == 0 ? 0 : 1);
   }
   int status = -1;
@@ -93,21 +105,27 @@ TEST(FileCut, LeavesTheOldFileOrTheNewOne) {
   ASSERT_LT(number("fsync"), number("rename")) << "the content is on the disk before it counts";
   ASSERT_EQ(2, std::ranges::count(trace, "fsync")) << "so is the folder in the end";
   for (std::size_t at = 1; at <= trace.size(); ++at) {
-    for (const Trouble what :
-         {Trouble::cut_before, Trouble::cut_after, Trouble::fails, Trouble::half}) {
+    for (const Trouble what : {Trouble::cut_before, Trouble::cut_after, Trouble::fails,
+                               Trouble::interrupted, Trouble::half, Trouble::overtaken}) {
       const std::string& name = trace[at - 1];
       SCOPED_TRACE(testing::Message() << "call " << at << ", " << name);
       const Folder folder;
       const bool is_cut = what == Trouble::cut_before || what == Trouble::cut_after;
-      const bool is_harmless = what == Trouble::half || name.starts_with("fch") || name == "close";
+      const bool is_harmless =
+          what >= Trouble::half || name.starts_with("fch") || name == "close" ||
+          (what == Trouble::interrupted && (name == "read" || name == "write"));
       const bool is_new = at > number("rename") ||
                           (is_cut ? name == "rename" && what == Trouble::cut_after : is_harmless);
       const int failed = is_new ? 0 : 1;
+      const auto temporary_stays = [&folder] {
+        return std::filesystem::exists(folder.path + "/.device.conf.new");
+      };
       EXPECT_EQ(is_cut ? 2 : failed, SaveWith(folder, what, at));
       EXPECT_TRUE(folder.Read("device.conf") == (is_new ? new_file : old_file));
+      EXPECT_TRUE(is_cut || name == "flock" || !temporary_stays()) << "no room is left taken";
       EXPECT_EQ(0, File_Replace(folder.file.c_str(), new_file)) << "the next save works";
       EXPECT_TRUE(folder.Read("device.conf") == new_file);
-      EXPECT_FALSE(std::filesystem::exists(folder.path + "/.device.conf.new")) << "and cleans up";
+      EXPECT_FALSE(temporary_stays()) << "and cleans up";
     }
   }
 }
