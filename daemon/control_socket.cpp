@@ -41,25 +41,32 @@ void Watch(int fd) {
   highest = std::max(highest, fd);
 }
 
+// Puts a connection into the first free slot; false when all are taken.
+bool Nv_AddClient(int fd) {
+  auto* slot = std::ranges::find(clients, 0);
+  if (slot == clients.end()) return false;
+  *slot = fd;
+  return true;
+}
+
 // False when there was nobody to accept, or no way to.
 bool AcceptClient() {
   sockaddr_un address{};
   socklen_t length = sizeof address;
   const int fd = accept4(listener, reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC);
-  if (fd == 0) return true;  // 0 marks a free slot
+  // 0 marks a free slot. It can't come: the daemon's start has reserved the standard descriptors.
+  if (fd == 0) return true;
   if (fd < 0) {
     // A full descriptor table, for example, keeps the listener ready; serving the clients that were
     // taken before makes room in it.
     Host_SleepMicroseconds(rest_after_refusal_us);
     return false;
   }
-  auto* slot = std::find(clients.begin(), clients.end(), 0);
-  if (slot == clients.end()) {
+  if (Nv_AddClient(fd)) {
+    Watch(fd);
+  } else {
     (void)close(fd);
-    return true;
   }
-  *slot = fd;
-  Watch(fd);
   return true;
 }
 

@@ -30,7 +30,6 @@ constexpr std::size_t longest_field = 256;
 // The device behind the bus, and what of it is already in memory.
 struct Reading {
   const I2cAdapter* device = nullptr;
-  I2cSelection selection;
   std::vector<std::uint8_t> bytes;
   std::vector<bool> known = std::vector<bool>(largest_chip);
   std::size_t count = 0;          // of the bytes read
@@ -67,7 +66,7 @@ ssize_t AskChip(int fd, std::span<std::uint8_t> buffer) {
 }
 
 ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
-  const std::size_t address = I2c_FlatAddress(reading.selection, buffer);
+  const std::size_t address = I2c_FlatAddress(buffer);
   if (address >= largest_chip || reading.silent != SIZE_MAX) return -1;
   if (!reading.known[address]) {
     if (AskChip(fd, buffer) < 0) {
@@ -84,7 +83,7 @@ ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
 }
 
 int Request(int fd, unsigned long request, unsigned long argument) {
-  (void)I2c_Select(reading.selection, request, argument);
+  (void)I2c_Select(fd, request, argument);
   return reading.device->request(fd, request, argument);
 }
 

@@ -43,15 +43,23 @@ void Skip(std::string_view& text, std::string_view set, std::size_t most = SIZE_
   text.remove_prefix(std::min(length, most));
 }
 
+// Removes a number, or the "*" in its place.
+void SkipNumber(std::string_view& text) {
+  if (text.starts_with('*')) {
+    text.remove_prefix(1);
+  } else {
+    Skip(text, "0123456789");
+  }
+}
+
 // Removes what printf(3) reads behind a "%": flags, width, precision, length and one character that
 // says what is converted.
 void SkipConversion(std::string_view& text) {
-  constexpr std::string_view digits = "0123456789";
   Skip(text, "-+ #0'");
-  text.starts_with('*') ? Skip(text, "*", 1) : Skip(text, digits);
+  SkipNumber(text);
   if (text.starts_with('.')) {
     text.remove_prefix(1);
-    text.starts_with('*') ? Skip(text, "*", 1) : Skip(text, digits);
+    SkipNumber(text);
   }
   const bool doubled = text.starts_with("hh") || text.starts_with("ll");
   Skip(text, "hlLqjzt", doubled ? 2 : 1);

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,15 +28,24 @@ bool Choose(int fd) {
 
 }  // namespace
 
-int I2c_Select(I2cSelection& selection, unsigned long request, unsigned long argument) {
+I2cSelection i2c_selection;
+
+bool I2c_Claims(int fd, mode_t type) {
+  struct stat status {};
+  if (fstat(fd, &status) != 0 || (status.st_mode & S_IFMT) != type) return false;
+  i2c_selection = I2cSelection();
+  return true;
+}
+
+int I2c_Select(int /*fd*/, unsigned long request, unsigned long argument) {
   switch (request) {
     case I2C_SLAVE_FORCE:
-      selection.device_address = argument;
+      i2c_selection.device_address = argument;
       return 0;
     case I2C_REQUEST_REGISTER_WIDTH:
       return 0;
     case I2C_REQUEST_DATA_WIDTH:
-      selection.data_bytes = argument == 0 ? 1 : 2;
+      i2c_selection.data_bytes = argument == 0 ? 1 : 2;
       return 0;
     default:
       errno = ENOTTY;
@@ -47,9 +57,19 @@ unsigned I2c_RegisterAddress(std::span<const std::uint8_t> buffer) {
   return buffer[0] | (unsigned{buffer[1]} << 8U);
 }
 
-std::size_t I2c_FlatAddress(const I2cSelection& selection, std::span<const std::uint8_t> buffer) {
-  const std::size_t block = (selection.device_address & 0x0EU) << 15U;
+std::size_t I2c_FlatAddress(std::span<const std::uint8_t> buffer) {
+  const std::size_t block = (i2c_selection.device_address & 0x0EU) << 15U;
   return block + I2c_RegisterAddress(buffer);
+}
+
+std::span<const std::uint8_t> I2c_Data(std::span<const std::uint8_t> buffer,
+                                       std::array<std::uint8_t, 2>& data) {
+  if (buffer.size() != 2 + i2c_selection.data_bytes) {
+    errno = EINVAL;
+    return {};
+  }
+  std::ranges::reverse_copy(buffer.subspan(2), data.begin());
+  return std::span(data).first(i2c_selection.data_bytes);
 }
 
 int I2c_Open(const char* path) {

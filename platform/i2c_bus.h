@@ -12,6 +12,7 @@
 #include <linux/i2c-dev.h>
 #include <sys/types.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -45,21 +46,30 @@ extern const I2cAdapter i2c_vendor_adapter;
 extern const I2cAdapter i2c_image_adapter;
 extern const I2cAdapter i2c_kernel_adapter;
 
-// What the requests have selected, for an adapter without a driver that would remember it.
+// What the adapters share that have no driver which would remember what a request selects.
 struct I2cSelection {
   unsigned long device_address = 0;  // 8-bit form
   std::size_t data_bytes = 1;
 };
+extern I2cSelection i2c_selection;
 
-// Carries out a request on a selection. Returns 0; or -1, errno ENOTTY, for an unknown request.
-int I2c_Select(I2cSelection& selection, unsigned long request, unsigned long argument);
+// Whether an open device is a file of a type (S_IFREG, ...); then nothing is selected yet.
+bool I2c_Claims(int fd, mode_t type);
+
+// Carries out a request on the selection. Returns 0; or -1, errno ENOTTY, for an unknown one.
+int I2c_Select(int fd, unsigned long request, unsigned long argument);
 
 // The register address that a write or read buffer carries.
 unsigned I2c_RegisterAddress(std::span<const std::uint8_t> buffer);
 
 // The flat address that it means on the selected chip: bits 1 and 2 of the device address are bits
 // 16 and 17, and the 0xA8 family lies above.
-std::size_t I2c_FlatAddress(const I2cSelection& selection, std::span<const std::uint8_t> buffer);
+std::size_t I2c_FlatAddress(std::span<const std::uint8_t> buffer);
+
+// The data bytes of a write buffer, put into `data` for ascending addresses; none, errno EINVAL,
+// when there are not as many as selected.
+std::span<const std::uint8_t> I2c_Data(std::span<const std::uint8_t> buffer,
+                                       std::array<std::uint8_t, 2>& data);
 
 // Opens a device read-write, locks it against other writers (flock(2), not waiting) and chooses the
 // adapter that speaks to it. Returns the descriptor, which carries the lock until it is closed; or

@@ -4,10 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstddef>
+#include <iterator>
 
 #include "platform/i2c_bus.h"
 
@@ -15,23 +13,7 @@ namespace {
 
 constexpr std::uint8_t erased = 0xFF;
 
-I2cSelection selection;
-
-off_t RegisterOffset(std::span<const std::uint8_t> buffer) {
-  return static_cast<off_t>(I2c_FlatAddress(selection, buffer));
-}
-
-bool Claims(int fd) {
-  struct stat status {};
-  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) return false;
-  selection = I2cSelection();
-  return true;
-}
-
-int Request(int fd, unsigned long request, unsigned long argument) {
-  (void)fd;
-  return I2c_Select(selection, request, argument);
-}
+bool Claims(int fd) { return I2c_Claims(fd, S_IFREG); }
 
 // A byte at a time: there is hardly ever a gap.
 int FillGap(int fd, off_t offset) {
@@ -42,24 +24,19 @@ int FillGap(int fd, off_t offset) {
 }
 
 ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
-  if (buffer.size() != 2 + selection.data_bytes) {
-    errno = EINVAL;
-    return -1;
-  }
-  std::array<std::uint8_t, 2> data{};
-  std::reverse_copy(buffer.begin() + 2, buffer.end(), data.begin());
-  const off_t offset = RegisterOffset(buffer);
-  if (FillGap(fd, offset) != 0) return -1;
-  const ssize_t written = pwrite(fd, data.data(), selection.data_bytes, offset);
-  return written == static_cast<ssize_t>(selection.data_bytes) ? static_cast<ssize_t>(buffer.size())
-                                                               : -1;
+  std::array<std::uint8_t, 2> bytes{};
+  const auto data = I2c_Data(buffer, bytes);
+  const auto offset = static_cast<off_t>(I2c_FlatAddress(buffer));
+  if (data.empty() || FillGap(fd, offset) != 0) return -1;
+  const ssize_t written = pwrite(fd, data.data(), data.size(), offset);
+  return written == std::ssize(data) ? std::ssize(buffer) : -1;
 }
 
 ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
   std::uint8_t data = erased;
-  if (pread(fd, &data, 1, RegisterOffset(buffer)) < 0) return -1;
+  if (pread(fd, &data, 1, static_cast<off_t>(I2c_FlatAddress(buffer))) < 0) return -1;
   buffer[0] = data;
-  return static_cast<ssize_t>(buffer.size());
+  return std::ssize(buffer);
 }
 
 void NoWriteCycle(unsigned microseconds) { (void)microseconds; }
@@ -69,7 +46,7 @@ void NoWriteCycle(unsigned microseconds) { (void)microseconds; }
 const I2cAdapter i2c_image_adapter = {
     .name = "image file",
     .claims = Claims,
-    .request = Request,
+    .request = I2c_Select,
     .write = Write,
     .read = Read,
     .wait = NoWriteCycle,

@@ -19,21 +19,8 @@ namespace {
 // A chip wraps inside a page when a write runs past the page's end. 32 bytes is the smallest page
 // among chips with 16-bit register addresses; a larger page's ends are ends of these as well.
 constexpr unsigned page_size = 32;
-constexpr std::size_t most_data_bytes = 2;
 
-I2cSelection selection;
-
-bool Claims(int fd) {
-  struct stat status {};
-  if (fstat(fd, &status) != 0 || !S_ISCHR(status.st_mode)) return false;
-  selection = I2cSelection();
-  return true;
-}
-
-int Request(int fd, unsigned long request, unsigned long argument) {
-  (void)fd;
-  return I2c_Select(selection, request, argument);
-}
+bool Claims(int fd) { return I2c_Claims(fd, S_IFCHR); }
 
 // Returns 0 when all messages went through, or -1 with errno set. An interrupted write may have
 // started the chip's write cycle, during which the chip answers nothing.
@@ -50,7 +37,7 @@ int Transfer(int fd, std::span<i2c_msg> messages) {
 
 // On the bus a device address has 7 bits; the driver adds the direction.
 i2c_msg Message(std::uint16_t flags, std::span<std::uint8_t> bytes) {
-  return {.addr = static_cast<std::uint16_t>((selection.device_address >> 1U) & 0x7FU),
+  return {.addr = static_cast<std::uint16_t>((i2c_selection.device_address >> 1U) & 0x7FU),
           .flags = flags,
           .len = static_cast<std::uint16_t>(bytes.size()),
           .buf = bytes.data()};
@@ -63,7 +50,7 @@ std::array<std::uint8_t, 2> BigEndian(unsigned address) {
 
 // Writes to ascending addresses of one page.
 int WriteInPage(int fd, unsigned address, std::span<const std::uint8_t> data) {
-  std::array<std::uint8_t, 2 + most_data_bytes> bytes{};
+  std::array<std::uint8_t, 4> bytes{};
   const auto behind_address = std::ranges::copy(BigEndian(address), bytes.begin()).out;
   std::copy(data.begin(), data.end(), behind_address);
   i2c_msg message = Message(0, std::span(bytes).first(2 + data.size()));
@@ -71,20 +58,16 @@ int WriteInPage(int fd, unsigned address, std::span<const std::uint8_t> data) {
 }
 
 ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
-  if (buffer.size() != 2 + selection.data_bytes) {
-    errno = EINVAL;
-    return -1;
-  }
-  std::array<std::uint8_t, most_data_bytes> ascending{};
-  std::reverse_copy(buffer.begin() + 2, buffer.end(), ascending.begin());
-  std::span<const std::uint8_t> data = std::span(ascending).first(selection.data_bytes);
+  std::array<std::uint8_t, 2> bytes{};
+  std::span<const std::uint8_t> data = I2c_Data(buffer, bytes);
+  if (data.empty()) return -1;
   unsigned address = I2c_RegisterAddress(buffer);
   if (data.size() > 1 && address % page_size == page_size - 1) {
     if (WriteInPage(fd, address++, data.first(1)) != 0) return -1;
     Host_SleepMicroseconds(I2C_WRITE_CYCLE_US);  // the caller waits after the last write only
     data = data.subspan(1);
   }
-  return WriteInPage(fd, address, data) == 0 ? static_cast<ssize_t>(buffer.size()) : -1;
+  return WriteInPage(fd, address, data) == 0 ? std::ssize(buffer) : -1;
 }
 
 ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
@@ -93,7 +76,7 @@ ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
   std::array messages = {Message(0, address), Message(I2C_M_RD, {&data, 1})};
   if (Transfer(fd, messages) != 0) return -1;
   buffer[0] = data;
-  return static_cast<ssize_t>(buffer.size());
+  return std::ssize(buffer);
 }
 
 }  // namespace
@@ -101,7 +84,7 @@ ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
 const I2cAdapter i2c_kernel_adapter = {
     .name = "kernel i2c-dev",
     .claims = Claims,
-    .request = Request,
+    .request = I2c_Select,
     .write = Write,
     .read = Read,
     .wait = Host_SleepMicroseconds,

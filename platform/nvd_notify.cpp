@@ -3,14 +3,13 @@
 //
 // The daemon never answers, but it closes the connection when it has handled the message. Waiting
 // for that tells the caller when the message has had its effect; -n does without.
-#include "platform/notify.h"
-
 #include <getopt.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
 
+#include "platform/notify.h"
 #include "platform/program.h"
 
 namespace {
