@@ -29,7 +29,7 @@ ctest --test-dir "$work" --output-on-failure
 : >"$work/eeprom"
 head -c 64 /dev/zero >"$work/gpio"
 timeout 60 bwrap --ro-bind / / --tmpfs /etc --ro-bind camera/device.conf /etc/device.conf --dev /dev \
-  --bind "$work/eeprom" /dev/i2c-1 --bind "$work/gpio" /dev/gpio --unshare-ipc --unshare-net "$work/nvd"
+  --ro-bind "$work" "$work" --bind "$work/eeprom" /dev/i2c-1 --bind "$work/gpio" /dev/gpio --unshare-ipc --unshare-net "$work/nvd"
 needed=$(readelf -d "$work/nvd" | grep -oE 'lib(cfg|network|pugixml)' | sort | paste -sd ' ')
 product=$(dd if="$work/eeprom" bs=1 skip=9 count=8 status=none)
 if [[ $needed != 'libcfg libnetwork' || $product != NVC-2400 || -e $work/xmlcfg ]]; then
