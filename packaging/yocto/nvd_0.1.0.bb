@@ -6,9 +6,8 @@ LIC_FILES_CHKSUM = "file://LICENSE;md5=4e1661968e69167fcc47b9e869b33bd7"
 # The source archive lies beside the recipe, in files/. An integrator who fetches it puts the place and
 # its checksum here.
 SRC_URI = "file://nvd-${PV}.tar.gz"
-S = "${WORKDIR}/nvd-${PV}"
 
-DEPENDS = "pugixml"
+DEPENDS = "pugixml" # of the layer meta-oe
 
 inherit cmake systemd update-rc.d
 
@@ -21,6 +20,7 @@ EXTRA_OECMAKE = "-DBUILD_TESTING=OFF -DNVD_HARDENED=ON -DNVD_NVDUMP=OFF \
 # EXTRA_OECMAKE += "-DNVD_LIBCFG=cfg -DNVD_LIBNETWORK=network"
 
 SYSTEMD_SERVICE:${PN} = "nvd.service"
+FILES:${PN} += "${systemd_system_unitdir}/nvd-restored.service"
 INITSCRIPT_NAME = "nvd"
 INITSCRIPT_PARAMS = "defaults"
 # Waits for the daemon's end; Busybox's own does not.
