@@ -8,6 +8,7 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
@@ -19,6 +20,7 @@
 #include <vector>
 
 #include "platform/file.h"
+#include "platform/libcfg_fault.h"
 #include "platform/utf8.h"
 
 namespace {
@@ -44,6 +46,7 @@ struct LoadedFile {
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 std::list<LoadedFile> loaded_files;
+std::string last_fault;
 
 // cfg_node is the opaque name of pugixml's own node structure; a handle is the document's node.
 pugi::xml_node Node(cfg_node* node) {
@@ -69,15 +72,23 @@ bool HasChildElement(const pugi::xml_node& node) {
   });
 }
 
+// What is wrong with a file, and where.
+struct Fault {
+  std::ptrdiff_t offset = 0;
+  const char* what = nullptr;  // null: nothing
+};
+
 struct RepeatedAttribute : pugi::xml_tree_walker {
-  bool is_found = false;
+  Fault fault;
   bool for_each(pugi::xml_node& node) override {
     for (auto each = node.first_attribute(); each; each = each.next_attribute()) {
       for (auto other = each.next_attribute(); other; other = other.next_attribute()) {
-        if (std::strcmp(each.name(), other.name()) == 0) is_found = true;
+        if (std::strcmp(each.name(), other.name()) == 0) {
+          fault = {node.offset_debug(), "An attribute stands twice"};
+        }
       }
     }
-    return !is_found;
+    return fault.what == nullptr;
   }
 };
 
@@ -88,30 +99,33 @@ bool IsBlank(const pugi::xml_node& node) {
 
 // What the parser lets pass is refused: more at the top than one element, and attributes twice. So
 // are entities of the file's own, which the parser would not know and a save would damage.
-bool IsConfiguration(pugi::xml_document& document) {
+Fault FaultOf(pugi::xml_document& document) {
   int elements = 0;
   for (const pugi::xml_node& node : document) {
-    if (node.type() == pugi::node_element) ++elements;
-    if (IsText(node) && !IsBlank(node)) return false;
+    const std::ptrdiff_t offset = node.offset_debug();
+    if (node.type() == pugi::node_element && ++elements > 1) return {offset, "A second root"};
+    if (IsText(node) && !IsBlank(node)) return {offset, "Text beside the root"};
     if (node.type() == pugi::node_doctype && std::strchr(node.value(), '[') != nullptr) {
-      return false;
+      return {offset, "Entities of its own"};
     }
   }
+  if (elements == 0) return {0, "No element"};
   RepeatedAttribute repeated;
-  return elements == 1 && document.traverse(repeated);
+  (void)document.traverse(repeated);
+  return repeated.fault;
 }
 
 // "&#0;" in any of its forms: XML knows no such character, and the parser would end the value
 // there.
-bool HasNulReference(std::string_view text) {
+std::size_t FindNulReference(std::string_view text) {
   for (std::size_t at = 0; (at = text.find("&#", at)) != std::string_view::npos;) {
     at += 2;
     std::string_view number = text.substr(at);
     if (number.starts_with('x')) number.remove_prefix(1);
     const std::size_t zeros = number.find_first_not_of('0');
-    if (zeros != std::string_view::npos && zeros > 0 && number[zeros] == ';') return true;
+    if (zeros != std::string_view::npos && zeros > 0 && number[zeros] == ';') return at;
   }
-  return false;
+  return std::string_view::npos;
 }
 
 // Characters that XML has no way to write, not even as character references.
@@ -246,14 +260,28 @@ void CopyBounded(char* destination, int size, std::string_view text) {
   destination[length] = '\0';
 }
 
+void KeepFault(const Fault& fault, std::string_view text) {
+  text = text.substr(0, static_cast<std::size_t>(fault.offset));
+  const auto line = 1 + std::count(text.begin(), text.end(), '\n');
+  const std::size_t column = text.size() - text.rfind('\n');  // from 1; npos is -1
+  last_fault = "line " + std::to_string(line) + ", column " + std::to_string(column) + ": ";
+  last_fault += fault.what;
+}
+
 bool Parse(std::string_view text, LoadedFile& file) {
   // What a cut left behind a NUL is no part of the file; the parser does not see it either.
   text = text.substr(0, text.find('\0'));
-  if (HasNulReference(text)) return false;
   file.has_byte_order_mark = text.starts_with(byte_order_mark);
   const pugi::xml_parse_result result = file.document.load_buffer(
       text.data(), text.size(), keep_everything, pugi::xml_encoding::encoding_utf8);
-  return result && IsConfiguration(file.document);
+  Fault fault = {result.offset, result.description()};
+  if (const std::size_t nul = FindNulReference(text); nul < text.size()) {
+    fault = {static_cast<std::ptrdiff_t>(nul), "A NUL"};
+  } else if (result) {
+    fault = FaultOf(file.document);
+  }
+  if (fault.what != nullptr) KeepFault(fault, text);
+  return fault.what == nullptr;
 }
 
 std::string Print(const LoadedFile& file) {
@@ -283,13 +311,18 @@ bool Merge(const LoadedFile& file, std::string_view present, std::string& next,
 
 cfg_handle* cfg_init(const char* path) {
   std::string text;
-  if (path == nullptr || File_Read(path, text) != 0) return nullptr;
+  if (path == nullptr || File_Read(path, text) != 0) {
+    last_fault = std::strerror(errno);
+    return nullptr;
+  }
   LoadedFile& file = loaded_files.emplace_back();
   file.path = path;
   if (Parse(text, file)) return Opaque(file.document);
   loaded_files.pop_back();
   return nullptr;
 }
+
+const char* Libcfg_Fault() { return last_fault.c_str(); }
 
 void cfg_deinit(cfg_handle* handle) {
   const auto file = FindLoadedFile(handle);

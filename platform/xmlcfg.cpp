@@ -6,11 +6,14 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "platform/libcfg.h"
+#include "platform/libcfg_fault.h"
 #include "platform/notify.h"
 #include "platform/program.h"
 
@@ -30,15 +33,19 @@ struct ConfigFile {
   cfg_node* root = nullptr;
 };
 
-int Fail(const char* reason, const char* what) {
-  Program_Complain(reason, what);
-  return 1;
+constexpr int wrong_use = 2;
+
+int Fail(const char* what, const char* why, int status = 1) {
+  Program_Complain(what, why);
+  return status;
 }
 
 bool Open(const std::string& path, ConfigFile& file) {
   file.handle.reset(cfg_init(path.c_str()));
   if (file.handle) file.root = cfg_find_param_node(file.handle.get(), "root");
-  if (file.root == nullptr) Program_Complain("not a readable configuration file", path.c_str());
+  if (file.root == nullptr) {
+    Program_Complain(path.c_str(), file.handle ? "no <root> at the top" : Libcfg_Fault());
+  }
   return file.root != nullptr;
 }
 
@@ -72,7 +79,8 @@ bool IsDaemonsFile(const char* path) {
 void Report(std::string_view message) {
   const int connection = Notify_Send(notify_socket, message);
   if (connection < 0 || Notify_WaitForEnd(connection, message.size()) != 0) {
-    Program_Complain("saved, but nvd does not know", Notify_Reason());
+    Program_Complain("saved, but nvd does not know and undoes it at its next start",
+                     Notify_Reason());
   } else if (message.size() > notify_longest_message) {
     const std::string lengths = "nvd takes " + std::to_string(notify_longest_message) +
                                 " bytes of PATH=VALUE, not " + std::to_string(message.size());
@@ -84,13 +92,19 @@ void Report(std::string_view message) {
 int Set(char* const* operands) {
   const auto [path, value, name] = std::array{operands[0], operands[1], operands[2]};
   ConfigFile file;
-  if (name == standard_input) return Fail("can't save", "standard input can only be read");
+  if (name == standard_input) {
+    return Fail("can't save", "standard input can only be read", wrong_use);
+  }
   if (!Open(name, file)) return 1;
   cfg_node* node = cfg_find_param_node(file.root, path);
   if (Line(node, path).empty()) return Fail("no such parameter", path);
   if (cfg_set_param_value(node, value) != 0)
     return Fail("no XML file can hold this value of", path);
-  if (cfg_save_file(file.handle.get(), name) != 0) return Fail("can't save", name);
+  errno = 0;
+  if (cfg_save_file(file.handle.get(), name) != 0) {
+    const char* other_reason = "the file or the parameter has just become another";
+    return Fail("can't save", errno != 0 ? std::strerror(errno) : other_reason);
+  }
   if (IsDaemonsFile(name)) {
     std::string line = Line(node, path);  // a set value may be shorter than what was asked for
     line.pop_back();
@@ -151,5 +165,5 @@ int main(int argc, char* argv[]) {
       return command.run(argv + optind);
     }
   }
-  return option == '?' ? 1 : Fail("usage", usage);
+  return option == '?' ? wrong_use : Fail("usage", usage, wrong_use);
 }

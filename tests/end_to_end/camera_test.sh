@@ -137,12 +137,14 @@ test_change_and_save() {
     camera set PTZ.Speed.ZoomSpeed "$value"
     expect_values "PTZ.Speed.ZoomSpeed=$value"
   done
-  for words in -g '-g PTZ.Speed.ZoomSpeed' '-g No.Such.Path /etc/device.conf' '-x PTZ /etc/device.conf' \
-    '-s PTZ 1 /etc/device.conf' '-s PTZ.Speed.ZoomSpeed 1 /etc/none' '-l No* /etc/device.conf'; do
+  for words in '2 -g' '2 -g PTZ.Speed.ZoomSpeed' '1 -g No.Such.Path /etc/device.conf' '2 -x PTZ /etc/device.conf' \
+    '1 -s PTZ 1 /etc/device.conf' '1 -s PTZ.Speed.ZoomSpeed 1 /etc/none' '1 -l No* /etc/device.conf'; do
     # shellcheck disable=SC2086 # several words
-    expect_end 1 $'?!(*\n*)' camera exec xmlcfg $words
+    expect_end "${words%% *}" $'?!(*\n*)' camera exec xmlcfg ${words#* }
   done
+  expect_end 1 '*/etc/none: No such file*' camera exec xmlcfg -g PTZ /etc/none
   sed '1i no XML' "$state/etc/device.conf" >"$state/conf"
+  expect_end 1 '*: line 1, column 1: *' camera exec xmlcfg -g PTZ - <"$state/conf"
   { read -r && expect_end 0 'PTZ.Speed.ZoomSpeed=?*' camera exec xmlcfg -l '*.Zoom*eed' -; } <"$state/conf"
   expect_end 0 '*128*, not 129' camera set Image.OSD.Alias "$(printf 'x%.0s' {1..113})"
   camera exec xmlcfg -s General.System.HTTPPort 81 /opt/factory/device.conf
