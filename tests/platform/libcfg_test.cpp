@@ -9,8 +9,6 @@
 #include <sys/file.h>
 #include <sys/wait.h>
 
-#include <random>
-
 #include "tests/platform/temporary_folder.h"
 
 namespace {
@@ -218,31 +216,37 @@ bool AnotherReaderTakes(const std::string& xml) {
   return result == XML_STATUS_OK;
 }
 
+// Characters at the bounds of what XML and UTF-8 know, on both sides of them.
+// clang-format off
+constexpr std::array<std::string_view, 32> characters = {
+    "<", "&", "\"", ">", "\t", "\n", "\x01", "\x1F", "\x7F", "\x80", "\xFF",
+    "\xC1\xBF", "\xC2\x80", "\xDF\xBF", "\xDF\xC0",
+    "\xE0\x9F\xBF", "\xE0\xA0\x80", "\xE1\x80\x7F", "\xE1\xBF\xC0", "\xED\x9F\xBF", "\xED\xA0\x80",
+    "\xEE\x80\x80", "\xEF\xBF\xBD", "\xEF\xBF\xBE", "\xEF\xBF\xBF",
+    "\xF0\x8F\xBF\xBF", "\xF0\x90\x80\x80", "\xF1\x80\x80\x7F", "\xF3\xBF\xBF\xBF",
+    "\xF4\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"};
+// clang-format on
+
 TEST(LibcfgFile, HoldsWhatAnotherReaderTakes) {
-  constexpr std::string_view bytes =
-      "aa<&\">"
-      "\t\n\x01\x1F\x7F\x80\x80\x8F\x90\x9F\xA0\xBE\xBF\xBF\xC0\xC2\xE0\xE1\xED\xEF\xF0\xF4\xF5"
-      "\xFF";
   const TemporaryFolder folder;
-  const Loaded file(folder.Write("device.conf", "<root><Cut/></root>"));
-  for (const std::string whole : {"\xC3\xA9", "\xED\x9F\xBF", "\xF0\x90\x80\x80"}) {
-    for (std::size_t size = 1; size < whole.size(); ++size) {
-      EXPECT_EQ(0, file.Set("Cut", whole + whole.substr(0, size)));
-      EXPECT_EQ(whole, file.Get("Cut")) << size;
-      EXPECT_EQ(-1, file.Set("Cut", whole.substr(0, size) + "a"));
+  const Loaded file(folder.Write("device.conf", "<root/>"));
+  int taken = 0;
+  for (const std::string_view character : characters) {
+    const std::string path = "V" + std::to_string(&character - characters.begin());
+    const std::string value = "a" + std::string(character) + "b";
+    const bool is_whole = AnotherReaderTakes("<a><![CDATA[" + value + "]]></a>");
+    EXPECT_NE(nullptr, cfg_add_param_node(file.root, path.c_str()));
+    EXPECT_EQ(is_whole ? 0 : -1, file.Set(path.c_str(), value)) << testing::PrintToString(value);
+    if (!is_whole) continue;
+    ++taken;
+    EXPECT_EQ(value, file.Get(path.c_str()));
+    for (std::size_t size = 1; size < character.size(); ++size) {
+      EXPECT_EQ(-1, file.Set(path.c_str(), std::string(character.substr(0, size)) + "b"));
+      EXPECT_EQ(0, file.Set(path.c_str(), value + std::string(character.substr(0, size))));
+      EXPECT_EQ(value, file.Get(path.c_str())) << "what a cut has left is dropped";
     }
   }
-  std::mt19937 random(7);
-  for (int i = 0; i < 3000; ++i) {
-    const std::string path = "V" + std::to_string(i);
-    std::string value(1 + random() % 5, '\0');
-    for (char& c : value) c = bytes[random() % bytes.size()];
-    const bool is_whole = AnotherReaderTakes("<a><![CDATA[" + value + "]]></a>");
-    const bool is_held =
-        cfg_set_param_value(cfg_add_param_node(file.root, path.c_str()), value.c_str()) == 0;
-    EXPECT_EQ(is_whole, is_held && file.Get(path.c_str()) == value)
-        << testing::PrintToString(value);
-  }
+  EXPECT_EQ(16, taken);
   for (const char* name : {"", "V.", "V.1st", "V.a b", "V.a<b", "V.\xFF", "V.\xC3\x97"}) {
     EXPECT_EQ(nullptr, cfg_add_param_node(file.root, name)) << name;
   }
