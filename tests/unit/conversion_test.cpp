@@ -179,17 +179,6 @@ TEST(Conversion, FollowsItsFieldsRule) {
   }
 }
 
-TEST(Conversion, HasAFactoryValueForEveryRow) {
-  FitFactoryCamera();
-  for (const Row& row : rows) {
-    for (const std::string& path : Split(std::string(row.field.paths), ',')) {
-      EXPECT_NE("(none)", Parameter(Nv_FormatPath(path, 0).data()))
-          << "give " << path << " a value in camera/device.conf, or mend the path of "
-          << row.field.key;
-    }
-  }
-}
-
 // Any values and any stored bytes, for every row, also in a payload that is another section's.
 TEST(Conversion, TouchesNothingButItsField) {
   std::mt19937 random(2);

@@ -162,6 +162,8 @@ TEST(Identification, OfATestBoardOrAClearedHeaderIsNone) {
   EXPECT_EQ("0+4", WrittenBy(Nv_ClearEepromHeader));
   Store(0, "MFT\0"sv);
   EXPECT_TRUE(Nv_IsMftBoard(eeprom_handle));
+  Store(0, "MFT\1");
+  EXPECT_FALSE(Nv_IsMftBoard(eeprom_handle));
   std::string output;
   const auto start = [] { EXPECT_EQ(identification_empty, StartDaemon()); };
   EXPECT_EQ(whole_fill, WrittenBy([&] { output = OutputOf(start); })) << "identification last";
@@ -409,12 +411,17 @@ TEST(Message, GoesOnAfterRefusedTransfers) {
 }
 
 TEST(Store, FindsTheFirstNetworkStorageServer) {
-  const std::vector<std::tuple<const char*, const char*, int>> cases = {
-      {"0", "ns", -1}, {"6", "NS", 5}, {"5", "NS", -1}, {"9999999999", "ns", 1}};
-  for (const auto& [count, type, index] : cases) {
+  const std::vector<std::tuple<const char*, const char*, const char*, int>> cases = {
+      {"0", "ns", "ns", -1},
+      {"6", "ns", "ns", 1},
+      {"6", "NS", "ns", 5},
+      {"5", "NS", "ns", -1},
+      {"9999999999", "NS", "NS", -1}};
+  for (const auto& [count, type, other, index] : cases) {
     FitCamera({{"Event.Server.MaxCnt", count},
                {"Event.Server.S1.Type", type},
-               {"Event.Server.S5.Type", "ns"}});
+               {"Event.Server.S5.Type", other},
+               {"Event.Server.S65536.Type", "ns"}});
     EXPECT_EQ(0, Nv_FindNetworkStorageIndex());
     EXPECT_EQ(index, NsIndex);
   }

@@ -88,6 +88,9 @@ TEST(Section, OfAnUnknownTypeLeavesItsHeader) {
   EXPECT_EQ("EEprom_ReadSection: Unknown section type 77.\n",
             OutputOf([&record] { EXPECT_EQ(-1, EEprom_ReadSection(fd, record)); }));
   EXPECT_TRUE(record.data.empty());
+  record.data.resize(10);
+  EXPECT_EQ(4U, Section_Field(record, 6, 4).size());
+  EXPECT_TRUE(Section_Field(record, 7, 4).empty()) << "all of it or nothing";
 }
 
 }  // namespace
