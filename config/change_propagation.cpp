@@ -12,6 +12,7 @@
 #include "param/conversion.h"
 #include "platform/host.h"
 #include "sections/section.h"
+#include "sections/system_records.h"
 
 namespace {
 
@@ -23,16 +24,14 @@ bool HasPlaceholder(std::string_view path) {
 }
 
 // Only the network-storage server and its media entry are numbered lists that the EEPROM keeps.
-bool IsNumberedList(std::string_view path) {
-  return path.starts_with("Event.Server") || path.starts_with("Event.Media");
+bool IsKeptList(std::string_view path) {
+  return HasPlaceholder(path) &&
+         (path.starts_with("Event.Server") || path.starts_with("Event.Media"));
 }
 
-// Whether a path of the table names the parameter. A numbered path of another list is compared with
-// what the last formatting left behind.
-bool Names(std::string_view path, std::string_view key, PathText& formatted) {
-  if (!HasPlaceholder(path)) return path == key;
-  if (IsNumberedList(path)) formatted = Nv_FormatPath(path, NsIndex);
-  return key == formatted.data();
+// Whether a path of the table names the parameter.
+bool Names(std::string_view path, std::string_view key, const PathText& last_formatted) {
+  return HasPlaceholder(path) ? key == last_formatted.data() : key == path;
 }
 
 // The value of one path of a row that has several: the new one, or the parameter's current one.
@@ -49,34 +48,33 @@ void FillSlot(std::string_view path, std::string_view key, std::string_view valu
   if (numbered) Nv_Print("sVal=%s\n", slot.data());
 }
 
-void ReportMatch(std::string_view path) {
-  if (debug_flag != 0) {
-    Nv_Print("## NVD : link list node=%.*s\n", static_cast<int>(path.size()), path.data());
-  }
+void ReportMatch(const PathText& row_paths) {
+  if (debug_flag != 0) Nv_Print("## NVD : link list node=%s\n", row_paths.data());
   (void)std::fflush(stdout);  // a trace shows what led to the transfer behind it
 }
 
 // Puts a lowered setting into the configuration and into the EEPROM.
-void LowerSetting(cfg_node* root, const PathText& path, const ValueSlot& value) {
-  // The parameter has just been read, and a number fits everywhere.
-  (void)cfg_set_param_value(cfg_find_param_node(root, path.data()), value.data());
+void LowerSetting(cfg_node* node, const PathText& path, const ValueSlot& value) {
+  (void)cfg_set_param_value(node, value.data());  // a number, which fits everywhere
   (void)Nv_HandleParameterChange(path.data(), Slot_Text(value));
 }
 
 bool ClampResolutions(cfg_node* root) {
   std::array<int, 2> largest{};
-  const ValueSlot limit = Nv_ParameterValue(root, "ImageSource.I0.Config.MaxResolution");
+  cfg_node* limit_node = cfg_find_param_node(root, "ImageSource.I0.Config.MaxResolution");
+  const ValueSlot limit = Nv_NodeValue(limit_node);
   if (Text_ScanInts(Slot_Text(limit), "%dx%d", largest.data()) != 2) return false;
   bool changed = false;
   for (int i = 0; i < stream_profiles; ++i) {
     const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.Resolution", i);
-    ValueSlot value = Nv_ParameterValue(root, path.data());
+    cfg_node* node = cfg_find_param_node(root, path.data());
+    ValueSlot value = Nv_NodeValue(node);
     // Only the widths are compared, so one is enough.
     std::array<int, 2> size{};
     const int numbers = Text_ScanInts(Slot_Text(value), "%dx%d", size.data());
     if (numbers < 1 || size[0] <= largest[0]) continue;
     Text_Format(value, "%dx%d", largest[0], largest[1]);
-    LowerSetting(root, path, value);
+    LowerSetting(node, path, value);
     changed = true;
   }
   return changed;
@@ -84,16 +82,17 @@ bool ClampResolutions(cfg_node* root) {
 
 bool ClampFrameRates(cfg_node* root) {
   std::array<int, 3> mode{};  // width, height, frames per second
-  const ValueSlot capture_mode = Nv_ParameterValue(root, "ImageSource.I0.Config.CaptureMode");
+  cfg_node* mode_node = cfg_find_param_node(root, "ImageSource.I0.Config.CaptureMode");
+  const ValueSlot capture_mode = Nv_NodeValue(mode_node);
   if (Text_ScanInts(Slot_Text(capture_mode), "%dx%d@%d", mode.data()) != 3) return false;
   bool changed = false;
   for (int i = 0; i < stream_profiles; ++i) {
     const PathText path = Nv_FormatPath("StreamProfile.I%d.Video.FPS", i);
-    ValueSlot value;
-    if (!Nv_ReadParameter(root, path.data(), value)) continue;
-    if (Text_ToInt(Slot_Text(value)) <= mode[2]) continue;
+    cfg_node* node = cfg_find_param_node(root, path.data());
+    ValueSlot value = Nv_NodeValue(node);
+    if (node == nullptr || Text_ToInt(Slot_Text(value)) <= mode[2]) continue;
     Slot_SetNumber(value, mode[2]);
-    LowerSetting(root, path, value);
+    LowerSetting(node, path, value);
     changed = true;
   }
   return changed;
@@ -102,18 +101,24 @@ bool ClampFrameRates(cfg_node* root) {
 }  // namespace
 
 int Nv_HandleParameterChange(std::string_view key, std::string_view value) {
-  PathText formatted{};
+  // Carried from row to row: a numbered path of another list than those that the EEPROM keeps is
+  // compared with what was formatted before it. The table has no such path, and one that joins it
+  // gets the notices that it has always got.
+  PathText last_formatted{};
   SectionRecord record;
-  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    const auto rows = Map_Rows(*node->map);
+  for (const SectionNode& node : section_list) {
+    const auto rows = Map_Rows(*node.map);
     for (std::size_t row = 0; row < rows.size(); ++row) {
-      const RowPaths paths = Map_SplitPaths(rows[row].paths);
+      const PathText row_paths = Map_Paths(*node.map, rows[row]);
+      const RowPaths paths = Map_SplitPaths(row_paths.data());
       for (std::size_t i = paths.count; i-- > 0;) {
-        if (!Names(paths.path[i], key, formatted)) continue;
-        ReportMatch(rows[row].paths);
-        record.type = node->type;
+        const std::string_view path = paths.path[i];
+        if (IsKeptList(path)) last_formatted = Nv_FormatPath(path, NsIndex);
+        if (!Names(path, key, last_formatted)) continue;
+        ReportMatch(row_paths);
+        record.type = node.type;
         // A section of a type that has no rows of its own has been reported.
-        (void)Nv_UpdateSectionData(key, value, row, record, *node);
+        (void)Nv_UpdateSectionData(key, value, row, record, node);
       }
     }
   }
@@ -126,20 +131,21 @@ int Nv_UpdateSectionData(std::string_view key, std::string_view value, std::size
     Section_ReportUnknownType("Nv_UpdateSectionData", record.type);
     return -1;
   }
-  const auto& [row_key, format, row_paths] = node.map->fields[row];
+  const Field& field = node.map->fields[row];
   const std::size_t offset = FieldOffset(node.map->fields, row);
 
   ValueSlots slots{};
-  const RowPaths paths = Map_SplitPaths(row_paths);
+  const PathText row_paths = Map_Paths(*node.map, field);
+  const RowPaths paths = Map_SplitPaths(row_paths.data());
   if (paths.count < 2) {
     Slot_SetText(slots[0], value);
   } else {
     for (std::size_t i = paths.count; i-- > 0;) FillSlot(paths.path[i], key, value, slots[i]);
   }
   // The type is one that converts; Section_Prepare has seen to that.
-  (void)Param_ConfigToSection(slots, row_key, record, offset, format);
-  EEprom_WriteField(eeprom_handle, Section_FieldAddress(node.address, offset), format.kind,
-                    Section_Field(record, offset, format.size));
+  (void)Param_ConfigToSection(slots, field.key, record, offset, field.format);
+  EEprom_WriteField(eeprom_handle, Section_FieldAddress(node.address, offset), field.format.kind,
+                    Section_Field(record, offset, field.format.size));
   record = SectionRecord();
   Nv_TouchIdentification();
   return 0;

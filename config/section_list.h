@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <vector>
 
 #include "param/section_map.h"
 
@@ -11,16 +11,9 @@ struct SectionNode {
   SectionType type = SectionType::none;  // as stored; none for a section that could not be read
   std::uint32_t address = 0;             // of the section's header
   const SectionMap* map = &section_maps[chain_sections];  // by position in the chain
-  std::unique_ptr<SectionNode> next;
 };
 
-extern std::unique_ptr<SectionNode> section_list;
-
-// The EEPROM address of a row's field.
-std::uint32_t SectionList_FieldAddress(const SectionNode& node, std::size_t row);
+extern std::vector<SectionNode> section_list;
 
 // The first node of a type; null when there is none.
 const SectionNode* SectionList_Find(SectionType type);
-
-// Frees all nodes.
-void SectionList_Free();

@@ -37,19 +37,9 @@ PathText Nv_FormatPath(std::string_view path, int index) {
   return text;
 }
 
-bool Nv_ReadParameter(cfg_node* root, const char* path, ValueSlot& value) {
-  cfg_node* node = cfg_find_param_node(root, path);
-  value = node == nullptr ? ValueSlot{} : Nv_NodeValue(node);
-  return node != nullptr;
-}
-
-ValueSlot Nv_ParameterValue(cfg_node* root, const char* path) {
-  cfg_node* node = cfg_find_param_node(root, path);
-  return node == nullptr ? ValueSlot{} : Nv_NodeValue(node);
-}
-
 ValueSlot Nv_NodeValue(cfg_node* node) {
   ValueSlot value{};
+  if (node == nullptr) return value;
   if (cfg_get_param_value(node, value.data(), static_cast<int>(value.size())) != 0) return {};
   value.back() = '\0';  // whatever library is linked in
   return value;
@@ -74,10 +64,8 @@ void Nv_SetProductNumber(std::string_view text) { Slot_SetText(product_number, t
 int Nv_LoadProductNumber() {
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
-  ValueSlot value;
-  if (Nv_ReadParameter(config.root, "General.Brand.ProdNbr", value)) {
-    Nv_SetProductNumber(Slot_Text(value));
-  }
+  cfg_node* node = cfg_find_param_node(config.root, "General.Brand.ProdNbr");
+  if (node != nullptr) Nv_SetProductNumber(Slot_Text(Nv_NodeValue(node)));
   return 0;
 }
 
@@ -85,12 +73,14 @@ int Nv_FindNetworkStorageIndex() {
   constexpr int most_servers = 65536;  // a greater "MaxCnt" is not believed
   const ConfigFile config = Nv_OpenConfig();
   if (config.root == nullptr) return -1;
-  const ValueSlot max_count = Nv_ParameterValue(config.root, "Event.Server.MaxCnt");
+  cfg_node* max_count_node = cfg_find_param_node(config.root, "Event.Server.MaxCnt");
+  const ValueSlot max_count = Nv_NodeValue(max_count_node);
   const int count = std::min(Text_ToInt(Slot_Text(max_count)), most_servers);
   NsIndex = -1;
   for (int i = 0; i < count && NsIndex < 0; ++i) {
     const PathText path = Nv_FormatPath("Event.Server.S%d.Type", i);
-    if (Slot_Text(Nv_ParameterValue(config.root, path.data())) == "ns") NsIndex = i;
+    const ValueSlot type = Nv_NodeValue(cfg_find_param_node(config.root, path.data()));
+    if (Slot_Text(type) == "ns") NsIndex = i;
   }
   return 0;
 }

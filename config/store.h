@@ -33,17 +33,11 @@ struct ConfigFile {
 
 ConfigFile Nv_OpenConfig();
 
-// A dotted path with "%d" replaced by a number; longer ones are cut.
-using PathText = std::array<char, 256>;
+// A path with "%d" replaced by a number; longer ones are cut.
 PathText Nv_FormatPath(std::string_view path, int index);
 
-// A parameter's value; empty when it does not exist, or has no value because it has children.
-ValueSlot Nv_ParameterValue(cfg_node* root, const char* path);
-
-// The same into a slot. Returns whether the parameter exists.
-bool Nv_ReadParameter(cfg_node* root, const char* path, ValueSlot& value);
-
-// The value of a parameter's node; empty when it has none because it has children.
+// A parameter's value; empty when there is no such node, or it has no value because it has
+// children.
 ValueSlot Nv_NodeValue(cfg_node* node);
 
 // Asks the configuration tool for a parameter's current value. A value is cut at its first blank.

@@ -11,15 +11,22 @@
 #include "eeprom/backup.h"
 #include "eeprom/i2c_eeprom.h"
 #include "sections/section.h"
+#include "sections/system_records.h"
 
 namespace {
+
+// Whether `path` is part of one of a field's paths.
+bool HasPath(const SectionMap& map, const Field& field, const PathText& path) {
+  const PathText paths = Map_Paths(map, field);
+  return std::string_view(paths.data()).find(path.data()) != std::string_view::npos;
+}
 
 // Rewrites every field of a node whose paths contain `path` with an empty value. What the bus
 // refuses has been reported; no command has an answer that could tell it.
 void ClearFields(const SectionNode& node, const PathText& path, bool prints_row) {
   const auto rows = Map_Rows(*node.map);
   for (std::size_t row = 0; row < rows.size(); ++row) {
-    if (rows[row].paths.find(path.data()) == std::string_view::npos) continue;
+    if (!HasPath(*node.map, rows[row], path)) continue;
     if (prints_row) Nv_Print("i=%d\n", static_cast<int>(row));
     SectionRecord record;
     record.type = node.type;
@@ -29,14 +36,11 @@ void ClearFields(const SectionNode& node, const PathText& path, bool prints_row)
 
 void RemoveStreamProfile(std::string_view value) {
   const PathText name = Nv_FormatPath("StreamProfile.I%d.Video.Name", Text_ToInt(value));
-  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    const auto rows = Map_Rows(*node->map);
-    if (node->type == SectionType::stpf && !rows.empty() &&
-        rows[0].paths.find(name.data()) != std::string_view::npos) {
-      Nv_CleanSection(*node);
-      return;
-    }
-  }
+  const auto node = std::ranges::find_if(section_list, [&name](const SectionNode& each) {
+    const auto rows = Map_Rows(*each.map);
+    return each.type == SectionType::stpf && !rows.empty() && HasPath(*each.map, rows[0], name);
+  });
+  if (node != section_list.end()) Nv_CleanSection(*node);
 }
 
 void RemoveUser(std::string_view value) {
@@ -47,9 +51,9 @@ void RemoveUser(std::string_view value) {
 
 void RemoveRecord(std::string_view value) {
   const PathText schedule = Nv_FormatPath("Event.Scheduled.S%d", Text_ToInt(value));
-  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    if (node->type == SectionType::srin || node->type == SectionType::srex) {
-      ClearFields(*node, schedule, false);
+  for (const SectionNode& node : section_list) {
+    if (node.type == SectionType::srin || node.type == SectionType::srex) {
+      ClearFields(node, schedule, false);
     }
   }
 }
@@ -72,7 +76,8 @@ void AddNetworkStorage(std::string_view value) {
   const auto rows = Map_Rows(*node->map);
   for (std::size_t row = 0; row < rows.size(); ++row) {
     if (rows[row].key != "srex_rec_en") continue;
-    (void)EEprom_WriteByte(eeprom_handle, SectionList_FieldAddress(*node, row), 1);
+    const std::size_t offset = FieldOffset(rows, row);
+    (void)EEprom_WriteByte(eeprom_handle, Section_FieldAddress(node->address, offset), 1);
   }
 }
 

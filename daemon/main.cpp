@@ -55,7 +55,7 @@ void Serve() {
     (void)Nv_HandleSocket();
   } while (quit_flag == 0);
   Nv_CloseSocket();
-  SectionList_Free();
+  section_list.clear();
   (void)EEprom_Close(eeprom_handle);
   Nv_RemovePidFile();
 }

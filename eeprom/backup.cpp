@@ -6,6 +6,7 @@
 #include "param/conversion.h"
 #include "platform/host.h"
 #include "sections/section.h"
+#include "sections/system_records.h"
 
 namespace {
 
@@ -16,7 +17,8 @@ ValueSlots ReadRow(cfg_node* root, std::string_view row_paths) {
   ValueSlots slots{};
   const RowPaths paths = Map_SplitPaths(row_paths);
   for (std::size_t i = paths.count; i-- > 0;) {
-    slots[i] = Nv_ParameterValue(root, Nv_FormatPath(paths.path[i], NsIndex).data());
+    const PathText path = Nv_FormatPath(paths.path[i], NsIndex);
+    slots[i] = Nv_NodeValue(cfg_find_param_node(root, path.data()));
   }
   return slots;
 }
@@ -25,12 +27,12 @@ ValueSlots ReadRow(cfg_node* root, std::string_view row_paths) {
 // values make.
 void ConvertRows(const SectionMap& map, SectionRecord& record, cfg_node* root) {
   std::size_t offset = 0;
-  for (const auto& [key, format, paths] : Map_Rows(map)) {
+  for (const Field& field : Map_Rows(map)) {
     ValueSlots slots{};
-    if (root != nullptr) slots = ReadRow(root, paths);
+    if (root != nullptr) slots = ReadRow(root, Map_Paths(map, field).data());
     // The types of the section map all convert.
-    (void)Param_ConfigToSection(slots, key, record, offset, format);
-    offset += format.size;
+    (void)Param_ConfigToSection(slots, field.key, record, offset, field.format);
+    offset += field.format.size;
   }
 }
 
@@ -86,6 +88,6 @@ void Nv_CleanSection(const SectionNode& node) {
   }
   (void)Section_Prepare(record);
   ConvertRows(*node.map, record, nullptr);
-  if (!node.next) record.next_address = 0;
+  if (&node == &section_list.back()) record.next_address = 0;
   (void)EEprom_WriteSection(eeprom_handle, record);
 }

@@ -22,6 +22,6 @@ int Nv_InitSection(cfg_node* root, std::size_t position, SectionType type, Secti
 // current time, which completes an image. Returns 0.
 int Nv_WriteIdentification();
 
-// Rewrites a stream-profile or network-storage section as one of empty values. Any other type is
-// reported and left alone.
+// Rewrites a stream-profile or network-storage section, a node of the list, as one of empty values.
+// Any other type is reported and left alone.
 void Nv_CleanSection(const SectionNode& node);

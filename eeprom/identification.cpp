@@ -7,6 +7,7 @@
 #include "daemon/log.h"
 #include "eeprom/i2c_eeprom.h"
 #include "sections/section.h"
+#include "sections/system_records.h"
 
 namespace {
 

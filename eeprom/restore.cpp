@@ -35,24 +35,24 @@ std::uint32_t FirstByte(const SectionRecord& record, FieldPlace field) {
 }
 
 bool HasName(const SectionRecord& record, std::size_t /*row*/) {
-  return FirstByte(record, PlaceOf(stpf_fields, "stpf_pf_name")) != 0;
+  return FirstByte(record, PlaceOf(StpfRecord, "stpf_pf_name")) != 0;
 }
 
 // The users' names are the section's first rows.
 bool IsNamedUser(const SectionRecord& record, std::size_t row) {
-  constexpr std::size_t last_user = FieldIndex(sssc_fields, "sssc_username_5");
+  constexpr std::size_t last_user = FieldIndex(SsscRecord, {"sssc_username_", 5});
   if (row > last_user) return false;
-  if (FirstByte(record, {FieldOffset(sssc_fields, row), 1}) == 0) return false;
+  if (FirstByte(record, {FieldOffset(SsscRecord, row), 1}) == 0) return false;
   Nv_Print("security section j=%d\n", static_cast<int>(row));
   return true;
 }
 
 bool RecordsToCard(const SectionRecord& record, std::size_t /*row*/) {
-  return FirstByte(record, PlaceOf(srin_fields, "srin_rec_continuous")) == 1;
+  return FirstByte(record, PlaceOf(SrinRecord, "srin_rec_continuous")) == 1;
 }
 
 bool RecordsToNetwork(const SectionRecord& record, std::size_t /*row*/) {
-  return FirstByte(record, PlaceOf(srex_fields, "srex_rec_continuous")) == 1;
+  return FirstByte(record, PlaceOf(SrexRecord, "srex_rec_continuous")) == 1;
 }
 
 // The list whose next instance is created when a path of such a section is missing.
@@ -82,7 +82,7 @@ void AddMissingInstance(const Restore& restore, std::size_t row, const char* pat
 // then on.
 void AddNetworkStorage(const Restore& restore) {
   if (restore.record.type != SectionType::srex) return;
-  if (FirstByte(restore.record, PlaceOf(srex_fields, "srex_rec_en")) != 1) return;
+  if (FirstByte(restore.record, PlaceOf(SrexRecord, "srex_rec_en")) != 1) return;
   Nv_AddListInstance(network_storage_list, restore.device, restore.root, nullptr);
   Nv_AddListInstance(media_list, restore.device, restore.root, nullptr);
 }
@@ -101,7 +101,11 @@ void PutValue(Restore& restore, std::size_t row, std::string_view row_path,
   const bool is_new = node == nullptr;
   if (is_new) {
     const bool numbered = row_path.find("%d") != std::string_view::npos;
-    numbered ? AddNetworkStorage(restore) : AddMissingInstance(restore, row, path.data());
+    if (numbered) {
+      AddNetworkStorage(restore);
+    } else {
+      AddMissingInstance(restore, row, path.data());
+    }
     path = Nv_FormatPath(row_path, NsIndex);
     node = cfg_find_param_node(restore.root, path.data());
     if (node == nullptr) return;
@@ -119,13 +123,15 @@ void PutValue(Restore& restore, std::size_t row, std::string_view row_path,
 }
 
 // Puts each value of a row that is not empty and differs.
-void RestoreRow(Restore& restore, const Field& field, std::size_t row, std::size_t offset) {
-  if (field.paths.empty()) return;
+void RestoreRow(Restore& restore, const SectionMap& map, std::size_t row, std::size_t offset) {
+  const Field& field = map.fields[row];
+  const PathText row_paths = Map_Paths(map, field);
+  const RowPaths paths = Map_SplitPaths(row_paths.data());
+  if (paths.count == 0) return;
   ValueSlots stored{};
   // An identification in a place of its own does not convert, which is reported; its slots stay
   // empty.
   (void)Param_SectionToConfig(restore.record, stored, field.key, offset, field.format);
-  const RowPaths paths = Map_SplitPaths(field.paths);
   for (std::size_t i = paths.count; i-- > 0;) PutValue(restore, row, paths.path[i], stored[i]);
 }
 
@@ -143,28 +149,23 @@ void RestoreSection(Restore& restore, std::size_t position, SectionNode& node) {
   std::size_t offset = 0;
   const auto rows = Map_Rows(*node.map);
   for (std::size_t row = 0; row < rows.size(); ++row) {
-    RestoreRow(restore, rows[row], row, offset);
+    RestoreRow(restore, *node.map, row, offset);
     offset += rows[row].format.size;
   }
 }
 
 void RestoreChain(Restore& restore) {
-  SectionList_Free();
-  section_list = std::make_unique<SectionNode>();
-  SectionNode* node = section_list.get();
+  section_list.clear();
   ChainWalk walk;
-  while (true) {
+  ChainStep step = ChainStep::next;
+  while (step == ChainStep::next) {
     restore.record = SectionRecord();
     restore.record.address = walk.address;
-    RestoreSection(restore, walk.position, *node);
-    const ChainStep step = Chain_Advance(walk, restore.record.next_address);
-    if (step == ChainStep::end) return;
-    if (step == ChainStep::loop) {
-      Nv_Print("%s: Section chain loops at address 0x%x.\n", "Nv_ReadBackCheck", walk.address);
-      return;
-    }
-    node->next = std::make_unique<SectionNode>();
-    node = node->next.get();
+    RestoreSection(restore, walk.position, section_list.emplace_back());
+    step = Chain_Advance(walk, restore.record.next_address);
+  }
+  if (step == ChainStep::loop) {
+    Nv_Print("%s: Section chain loops at address 0x%x.\n", "Nv_ReadBackCheck", walk.address);
   }
 }
 
@@ -197,8 +198,9 @@ const char* SupportedValues(const SectionRecord& record, std::string_view path) 
 }
 
 bool IsSupported(cfg_node* root, const char* list, const ValueSlot& stored) {
-  ValueSlot supported;
-  if (!Nv_ReadParameter(root, list, supported)) return true;
+  cfg_node* node = cfg_find_param_node(root, list);
+  if (node == nullptr) return true;
+  const ValueSlot supported = Nv_NodeValue(node);
   return Slot_Text(supported).find(Slot_Text(stored)) != std::string_view::npos;
 }
 

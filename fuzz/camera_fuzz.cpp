@@ -39,10 +39,10 @@ unsigned ToNumber(std::string_view text, int base) {
 // section's size by its type.
 void CheckWrites(const Range& more, const std::vector<std::uint8_t>& before) {
   std::vector<Range> ranges = {{41, 4}, more};
-  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    const std::size_t rows = PayloadSize(Map_Rows(*node->map));
+  for (const SectionNode& node : section_list) {
+    const std::size_t rows = PayloadSize(Map_Rows(*node.map));
     ranges.push_back(
-        {Section_FieldAddress(node->address, 0), std::max(rows, Section_PayloadSize(node->type))});
+        {Section_FieldAddress(node.address, 0), std::max(rows, Section_PayloadSize(node.type))});
   }
   for (const auto& [address, bytes, size] : camera.writes) {
     const bool is_allowed = std::ranges::any_of(ranges, [=, at = address, n = size](auto& range) {
@@ -120,7 +120,7 @@ void FitFilledCamera() {
     return camera;
   }();
   camera = filled;
-  SectionList_Free();
+  section_list.clear();
 }
 
 }  // namespace

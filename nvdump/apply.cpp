@@ -97,7 +97,7 @@ std::vector<ParameterChange> Apply(const Image& image, const std::string& templa
   const bool is_foreign = Image_IsForeign(image);
   (void)Nv_ReadBackCheck();
   if (is_foreign) (void)Nv_ClampStreamSettings();
-  SectionList_Free();
+  section_list.clear();
   CheckSaves();
   const std::vector<ConfigParameter> after = Config_Parameters();
   std::vector<ParameterChange> changes = Differences(before, after);

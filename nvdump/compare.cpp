@@ -8,6 +8,7 @@
 #include "nvdump/source.h"
 #include "nvdump/text.h"
 #include "sections/section.h"
+#include "sections/system_records.h"
 
 namespace {
 
@@ -46,8 +47,9 @@ std::vector<Difference> CompareParameters(const Image& image_a, const Image& ima
 }
 
 // Whether a difference of one of the field's parameters has been told already.
-bool IsTold(const Field& field, const std::vector<Difference>& parameters) {
-  const RowPaths paths = Map_SplitPaths(field.paths);
+bool IsTold(const StoredField& stored, const std::vector<Difference>& parameters) {
+  const PathText row_paths = Paths_Text(stored);
+  const RowPaths paths = Map_SplitPaths(row_paths.data());
   return std::ranges::any_of(std::span(paths.path).first(paths.count), [&](std::string_view path) {
     return std::ranges::find(parameters, path, &Difference::where) != parameters.end();
   });
@@ -85,14 +87,14 @@ std::vector<Difference> CompareBytes(const Image& a, const Image& b,
     const auto in_b = std::ranges::find_if(fields, [&in_a](const StoredField& each) {
       return each.section->position == in_a.section->position && each.offset == in_a.offset;
     });
-    if (in_b == fields.end() || IsTime(in_a) || IsTold(*in_a.field, parameters)) continue;
+    if (in_b == fields.end() || IsTime(in_a) || IsTold(in_a, parameters)) continue;
     const std::size_t size = in_a.field->format.size;
     const auto before = Image_Bytes(a, in_a.address, size);
     const auto after = Image_Bytes(b, in_b->address, size);
     if (before == after) continue;
     const std::string where =
         Format("%04x: %s %s", in_a.address, SectionName_At(in_a.section->position).c_str(),
-               std::string(in_a.field->key).c_str());
+               Key_Text(in_a).c_str());
     differences.push_back(
         {where, HexRuns(before), HexRuns(after), in_a.is_secret || in_b->is_secret});
   }

@@ -18,6 +18,7 @@
 #include "param/conversion.h"
 #include "platform/i2c_bus.h"
 #include "sections/section.h"
+#include "sections/system_records.h"
 
 namespace {
 
@@ -38,7 +39,7 @@ struct Place {
 std::vector<Place> SecretPlaces() {
   std::vector<Place> places;
   for (std::size_t position = 0; position < chain_sections; ++position) {
-    std::size_t at = Map_Address(position) + SECTION_HEADER_SIZE;
+    std::size_t at = SectionAddress_At(position) + SECTION_HEADER_SIZE;
     for (const Field& field : Map_At(position).fields) {
       if (field.format.is_secret) places.push_back({at, at + field.format.size});
       at += field.format.size;
@@ -106,6 +107,20 @@ std::span<const std::uint8_t> Field_Bytes(const StoredField& stored) {
   return Section_Field(stored.section->record, stored.offset, stored.field->format.size);
 }
 
+PathText Paths_Text(const StoredField& stored) {
+  return Map_Paths(Map_At(stored.section->position), *stored.field);
+}
+
+std::string Key_Text(const StoredField& stored) {
+  const auto rows = Map_Rows(Map_At(stored.section->position));
+  const bool has_row = stored.section->position == 0 || stored.field < rows.data() + rows.size();
+  return has_row ? Key_Text(stored.field->key) : std::string();
+}
+
+std::string Key_Text(const FieldKey& key) {
+  return std::string(key.text) + (key.number > 0 ? std::to_string(key.number) : "");
+}
+
 const char* State_Name(ImageState state) {
   constexpr std::array names = {"blank", "factory-test set-up", "cut short", "filled"};
   return names.at(static_cast<std::size_t>(state));
@@ -114,8 +129,8 @@ const char* State_Name(ImageState state) {
 ValueSlots Field_Values(const StoredField& stored) {
   ValueSlots slots{};
   SectionRecord record = stored.section->record;  // a conversion may mend the field
-  const auto& [key, format, paths] = *stored.field;
-  (void)Param_SectionToConfig(record, slots, key, stored.offset, format);
+  const Field& field = *stored.field;
+  (void)Param_SectionToConfig(record, slots, field.key, stored.offset, field.format);
   return slots;
 }
 
@@ -161,7 +176,8 @@ std::vector<StoredField> Image_Fields(const Image& image) {
 std::vector<StoredParameter> Image_Parameters(const Image& image) {
   std::vector<StoredParameter> parameters;
   for (const StoredField& stored : Image_Fields(image)) {
-    const RowPaths paths = Map_SplitPaths(stored.field->paths);
+    const PathText row_paths = Paths_Text(stored);
+    const RowPaths paths = Map_SplitPaths(row_paths.data());
     if (paths.count == 0) continue;
     const ValueSlots slots = Field_Values(stored);
     for (std::size_t i = 0; i < paths.count; ++i) {
@@ -195,18 +211,30 @@ bool FitsPattern(const std::string& table_path, const std::string& pattern) {
 bool IsSecretPath(std::string_view path) {
   const std::string text(path);
   return std::ranges::any_of(section_maps, [&text](const SectionMap& map) {
-    return std::ranges::any_of(map.fields, [&text](const Field& field) {
-      return field.format.is_secret && IsPath(field.paths, text);
+    return std::ranges::any_of(map.fields, [&](const Field& field) {
+      return field.format.is_secret && IsPath(Map_Paths(map, field).data(), text);
     });
   });
 }
 
 std::string SectionName_At(std::size_t position) {
   if (position >= chain_sections) return Format("#%zu", position);
-  return std::string(section_names.at(position).prefix);
+  const SectionMap& map = Map_At(position);
+  const std::string_view key = map.fields[0].key.text;
+  std::string name(key.substr(0, key.find('_')));
+  if (map.digit != '\0') name += map.digit;
+  return name;
 }
 
 bool IsSection(const std::string& name, std::string_view wanted) {
   const std::size_t without_number = name.find_last_not_of("0123456789") + 1;
   return wanted.empty() || name == wanted || name.substr(0, without_number) == wanted;
+}
+
+std::uint32_t SectionAddress_At(std::size_t position) {
+  std::size_t address = 0;
+  for (std::size_t i = 0; i < position; ++i) {
+    address += SECTION_HEADER_SIZE + PayloadSize(Map_At(i).fields);
+  }
+  return static_cast<std::uint32_t>(address);
 }

@@ -50,6 +50,11 @@ struct StoredParameter {
 // Its bytes in memory's order: numbers low byte first.
 std::span<const std::uint8_t> Field_Bytes(const StoredField& stored);
 
+// Its key; empty when the table has no row for it. Its paths, separated by ",".
+std::string Key_Text(const StoredField& stored);
+std::string Key_Text(const FieldKey& key);
+PathText Paths_Text(const StoredField& stored);
+
 // The values that a restore hands over for its paths.
 ValueSlots Field_Values(const StoredField& stored);
 
@@ -77,8 +82,11 @@ bool IsPath(std::string_view table_path, const std::string& path);
 // Whether a shell pattern fits a path of the table, with any number for its "%d".
 bool FitsPattern(const std::string& table_path, const std::string& pattern);
 
-// "ssnt"; a number for what lies behind the table.
+// "ssnt", "stpf0"; a number for what lies behind the table.
 std::string SectionName_At(std::size_t position);
+
+// Where the section of a position lies in an image.
+std::uint32_t SectionAddress_At(std::size_t position);
 
 // Whether a section's name is the wanted one, or one of the numbered ones that share it ("stpf");
 // every name is for an empty one.

@@ -53,7 +53,7 @@ Json ParameterJson(const Image& image, const StoredParameter& parameter, const O
   Json json = {{"path", parameter.path}, {"value", Shown(parameter, options)}};
   if (parameter.value.empty()) json["value"] = nullptr;
   json["section"] = SectionName_At(source.section->position);
-  json["key"] = source.field->key;
+  json["key"] = Key_Text(source);
   json["address"] = source.address;
   json["bytes"] = FieldHex(image, source, options);
   return json;
@@ -67,7 +67,7 @@ std::vector<std::string> ParameterRow(const Image& image, const StoredParameter&
   const StoredField& source = parameter.source;
   const auto bytes = Image_Bytes(image, source.address, source.field->format.size);
   const std::string hex = source.is_secret && !options.secrets ? hidden : HexRuns(bytes);
-  return {SectionName_At(source.section->position), std::string(source.field->key),
+  return {SectionName_At(source.section->position), Key_Text(source),
           Format("%04x", source.address), pair, hex};
 }
 

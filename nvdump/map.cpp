@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Every byte of an image with what it means, and the same without an image as a reference page.
 #include <algorithm>
+#include <array>
 
 #include "nvdump/json.h"
 #include "nvdump/options.h"
@@ -19,15 +20,39 @@ struct Entry {
   std::string section;
   std::string name;  // what people call it
   std::string meaning;
-  std::string_view key = {};
-  std::string_view paths = {};
+  std::string key = {};
+  std::string paths = {};
   bool is_hidden = false;
 };
+
+// What the sections hold, by their place in the chain.
+constexpr std::array<const char*, chain_sections> contents = {
+    "identification",
+    "date and time",
+    "users",
+    "network",
+    "image",
+    "lens",
+    "audio",
+    "day/night and infrared",
+    "stream profile I0",
+    "stream profile I1",
+    "stream profile I2",
+    "stream profile I3",
+    "recording to the memory card",
+    "recording to network storage",
+};
+
+// The texts and numbers of a field; none for what is no enumeration.
+std::span<const EnumRow> Enumeration(SectionType type, const FieldKey& key) {
+  const FieldRule* rule = Param_FindRule(type, key);
+  return rule == nullptr ? std::span<const EnumRow>() : rule->values;
+}
 
 std::string EnumText(const StoredField& stored, std::int32_t number) {
   const SectionType type = stored.section->record.type;
   if (type == SectionType::identification) return {};
-  for (const EnumRow& row : Param_Enumeration(type, stored.field->key)) {
+  for (const EnumRow& row : Enumeration(type, stored.field->key)) {
     const bool is_it = row.use != RowUse::unknown_text && row.use != RowUse::unknown_number;
     if (!is_it || row.number != number) continue;
     const std::string second = row.second ? "," + std::string(*row.second) : std::string();
@@ -47,16 +72,16 @@ std::string MeaningOf(const StoredField& stored, bool is_hidden) {
 }
 
 Entry FieldEntry(const StoredField& stored, const Options& options) {
-  const auto& [key, format, paths] = *stored.field;
+  const std::string key = Key_Text(stored);
   const bool is_hidden = stored.is_secret && !options.secrets;
   return {stored.address,
-          format.size,
+          stored.field->format.size,
           "field",
           SectionName_At(stored.section->position),
-          key.empty() ? "(no row)" : std::string(key),
+          key.empty() ? "(no row)" : key,
           MeaningOf(stored, is_hidden),
           key,
-          paths,
+          Paths_Text(stored).data(),
           is_hidden};
 }
 
@@ -68,8 +93,8 @@ std::string HeaderText(const SectionRecord& record) {
 Entry HeaderEntry(const StoredSection& section, const Options& options) {
   const auto& [position, record, is_readable, is_secret] = section;
   const bool is_hidden = is_secret && !options.secrets;
-  const std::string_view content =
-      position < chain_sections ? section_names.at(position).content : "behind the last section";
+  const char* content =
+      position < chain_sections ? contents.at(position) : "behind the last section";
   return {record.address,
           SECTION_HEADER_SIZE,
           "header",
@@ -141,7 +166,7 @@ std::string EntryText(const Image& image, const Entry& entry, const Options& opt
     line += (entry.is_hidden ? hidden : HexRuns(bytes)) + " = ";
   }
   line += entry.meaning;
-  if (!entry.paths.empty()) line += " <- " + std::string(entry.paths);
+  if (!entry.paths.empty()) line += " <- " + entry.paths;
   return line + "\n";
 }
 
@@ -178,18 +203,18 @@ std::string EnumRowText(const EnumRow& row) {
   return "other numbers are restored as " + text;
 }
 
-std::string FieldMarkdown(const Field& field, std::uint32_t address, SectionType type) {
-  const auto& [key, format, paths] = field;
+std::string FieldMarkdown(const Field& field, std::uint32_t address, const SectionMap& map) {
   std::string parameters, texts;
-  const RowPaths split = Map_SplitPaths(paths);
+  const PathText paths = Map_Paths(map, field);
+  const RowPaths split = Map_SplitPaths(paths.data());
   for (std::size_t i = 0; i < split.count; ++i) {
     parameters += (i > 0 ? ", `" : "`") + std::string(split.path[i]) + "`";
   }
-  for (const EnumRow& row : Param_Enumeration(type, key)) {
+  for (const EnumRow& row : Enumeration(map.type, field.key)) {
     texts += (texts.empty() ? "" : "; ") + EnumRowText(row);
   }
-  return Format("| %u | %04X | `%s` | %u | %s | ", address, address, std::string(key).c_str(),
-                format.size, KindName(format.kind)) +
+  return Format("| %u | %04X | `%s` | %u | %s | ", address, address, Key_Text(field.key).c_str(),
+                field.format.size, KindName(field.format.kind)) +
          parameters + " | " + texts + " |\n";
 }
 
@@ -204,17 +229,16 @@ constexpr const char* page_head =
     "Made by `nvdump map --markdown`; `tools/update-golden` makes it again.\n";
 
 std::string SectionMarkdown(std::size_t position) {
-  const auto& [prefix, content] = section_names.at(position);
   const SectionMap& map = Map_At(position);
-  std::uint32_t address = Map_Address(position);
+  std::uint32_t address = SectionAddress_At(position);
   std::string text =
-      Format("\n## %s: %s\n\n", std::string(prefix).c_str(), std::string(content).c_str());
+      Format("\n## %s: %s\n\n", SectionName_At(position).c_str(), contents.at(position));
   text += Format("Type %u at %u (%04X).\n\n", static_cast<unsigned>(map.type), address, address);
   text += "| address | hex | key | size | kind | parameters | numbers and texts |\n";
   text += "|---|---|---|---|---|---|---|\n";
   address += SECTION_HEADER_SIZE;
   for (const Field& field : Map_Rows(map)) {
-    text += FieldMarkdown(field, address, map.type);
+    text += FieldMarkdown(field, address, map);
     address += field.format.size;
   }
   return text;

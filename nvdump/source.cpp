@@ -18,6 +18,7 @@
 #include "platform/file.h"
 #include "platform/host.h"
 #include "sections/section.h"
+#include "sections/system_records.h"
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include "nvdump/text.h"
 #include "param/conversion.h"
 #include "sections/section.h"
+#include "sections/system_records.h"
 
 namespace {
 
@@ -139,15 +140,29 @@ bool IsReadable(const StoredField& stored) {
          std::ranges::all_of(slots, [](const ValueSlot& slot) { return IsUtf8(Slot_Text(slot)); });
 }
 
+// Whether the conversion into the field makes this number, or its way back knows it.
+bool IsKnown(const StoredField& stored, std::int32_t number) {
+  const FieldRule* rule = Param_FindRule(stored.section->record.type, stored.field->key);
+  if (rule == nullptr) return true;
+  if (rule->numbers > 0) return number >= 0 && number < rule->numbers;
+  if (rule->values.empty()) return true;
+  const auto holds = [number](const EnumRow& row) {
+    return row.use != RowUse::unknown_number && row.number == number;
+  };
+  if (std::ranges::any_of(rule->values, holds)) return true;
+  // A text in no row leaves the field as it was: 0.
+  return number == 0 &&
+         std::ranges::find(rule->values, RowUse::unknown_text, &EnumRow::use) == rule->values.end();
+}
+
 std::string ContentFault(const StoredField& stored) {
-  const auto& [key, format, paths] = *stored.field;
-  if (format.kind == MAP_TEXT) {
+  if (stored.field->format.kind == MAP_TEXT) {
     const std::string fault = TextFault(stored);
     return fault.empty() && !IsReadable(stored) ? "no UTF-8" : fault;
   }
   if (stored.section->record.type == SectionType::identification) return {};
   const std::int32_t number = Field_Signed(Field_Bytes(stored));
-  if (Param_KnowsNumber(stored.section->record.type, key, number)) return {};
+  if (IsKnown(stored, number)) return {};
   return "no rule knows the number " + (stored.is_secret ? hidden : Format("%d", number));
 }
 
@@ -155,11 +170,11 @@ std::string ContentFault(const StoredField& stored) {
 std::string ConstantFault(const StoredField& stored) {
   SectionRecord expected;
   expected.type = stored.section->record.type;
-  if (!stored.field->paths.empty() || expected.type == SectionType::identification) return {};
+  if (Paths_Text(stored)[0] != '\0' || expected.type == SectionType::identification) return {};
   (void)Section_Prepare(expected);
   ValueSlots nothing{};
-  const auto& [key, format, paths] = *stored.field;
-  (void)Param_ConfigToSection(nothing, key, expected, stored.offset, format);
+  const FieldFormat format = stored.field->format;
+  (void)Param_ConfigToSection(nothing, stored.field->key, expected, stored.offset, format);
   const auto right = Section_Field(expected, stored.offset, format.size);
   const auto bytes = Field_Bytes(stored);
   if (std::ranges::equal(bytes, right)) return {};
@@ -179,8 +194,8 @@ void CheckFields(const Image& image, std::size_t reach, Complaints& complaints) 
     if (stored.section->position >= reach || !is_whole || !is_in_place) continue;
     for (const std::string& fault : {ContentFault(stored), ConstantFault(stored)}) {
       if (fault.empty()) continue;
-      complaints.push_back({stored.address, SectionName_At(stored.section->position),
-                            std::string(stored.field->key), fault});
+      complaints.push_back(
+          {stored.address, SectionName_At(stored.section->position), Key_Text(stored), fault});
     }
   }
 }
@@ -204,7 +219,7 @@ Complaint ChangeComplaint(const ParameterChange& change, const StoredParameter* 
   if (stored != nullptr) {
     complaint.address = stored->source.address;
     complaint.section = SectionName_At(stored->source.section->position);
-    complaint.key = stored->source.field->key;
+    complaint.key = Key_Text(stored->source);
   }
   complaint.what = change.path + ": " +
                    (change.before ? Quoted(*change.before, is_shown) : "missing") +

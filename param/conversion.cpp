@@ -20,19 +20,6 @@ const SectionRules* FindSectionRules(SectionType type) {
   return nullptr;
 }
 
-struct RuleMatch {
-  const FieldRule* rule = nullptr;
-  int number = 0;
-};
-
-RuleMatch FindRule(const SectionRules& section, std::string_view key) {
-  const auto rule = std::ranges::find_if(
-      section.rules, [key](const FieldRule& each) { return IsAbout(each, key); });
-  if (rule == section.rules.end()) return {};
-  if (!rule->key.ends_with(key_number)) return {&*rule, 0};
-  return {&*rule, Text_ToInt(key.substr(rule->key.size() - key_number.size()))};
-}
-
 bool Contains(KindSet kinds, FieldKind kind) {
   switch (kind) {
     case MAP_TEXT:
@@ -64,30 +51,19 @@ void RestoreByKind(const SectionRules& section, const Conversion& conversion, Fi
   Slot_SetNumber(conversion.slots[0], number);
 }
 
-const FieldRule& RuleOf(SectionType type, std::string_view key) {
-  constexpr static FieldRule no_rule = {};
-  const SectionRules* section = FindSectionRules(type);
-  const FieldRule* rule = section == nullptr ? nullptr : FindRule(*section, key).rule;
-  return rule == nullptr ? no_rule : *rule;
-}
-
-bool Holds(const EnumRow& row, std::int32_t number) {
-  return row.use != RowUse::unknown_number && row.number == number;
-}
-
 enum class Way : std::uint8_t { to_section, to_config };
 
-int Convert(Way way, ValueSlots& slots, std::string_view key, SectionRecord& record,
-            std::size_t offset, FieldFormat format) {
+int Convert(Way way, ValueSlots& slots, FieldKey key, SectionRecord& record, std::size_t offset,
+            FieldFormat format) {
   constexpr static FieldRule no_rule = {};
   const SectionRules* section = FindSectionRules(record.type);
   if (section == nullptr) return -1;
   const auto field = Section_Field(record, offset, format.size);
   if (field.empty()) return 0;
-  const auto [rule, number] = FindRule(*section, key);
-  const Conversion conversion = {slots, record, field, rule != nullptr ? *rule : no_rule, number};
-  const Converter converter =
-      way == Way::to_section ? conversion.rule.to_section : conversion.rule.to_config;
+  const FieldRule* rule = FindRule(section->rules, key);
+  if (rule == nullptr) rule = &no_rule;
+  const Conversion conversion = {slots, record, field, *rule, key.number};
+  const Converter converter = way == Way::to_section ? rule->to_section : rule->to_config;
   if (converter != nullptr) {
     converter(conversion);
   } else {
@@ -99,28 +75,17 @@ int Convert(Way way, ValueSlots& slots, std::string_view key, SectionRecord& rec
 
 }  // namespace
 
-int Param_ConfigToSection(ValueSlots& slots, std::string_view key, SectionRecord& record,
+int Param_ConfigToSection(ValueSlots& slots, FieldKey key, SectionRecord& record,
                           std::size_t offset, FieldFormat format) {
   return Convert(Way::to_section, slots, key, record, offset, format);
 }
 
-int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, std::string_view key,
+int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, FieldKey key,
                           std::size_t offset, FieldFormat format) {
   return Convert(Way::to_config, slots, key, record, offset, format);
 }
 
-std::span<const EnumRow> Param_Enumeration(SectionType type, std::string_view key) {
-  return RuleOf(type, key).values;
-}
-
-bool Param_KnowsNumber(SectionType type, std::string_view key, std::int32_t number) {
-  const FieldRule& rule = RuleOf(type, key);
-  if (rule.numbers > 0) return number >= 0 && number < rule.numbers;
-  if (rule.values.empty()) return true;
-  if (std::ranges::any_of(rule.values, [=](const EnumRow& row) { return Holds(row, number); })) {
-    return true;
-  }
-  // A text in no row leaves the field as it was: 0.
-  return number == 0 &&
-         std::ranges::find(rule.values, RowUse::unknown_text, &EnumRow::use) == rule.values.end();
+const FieldRule* Param_FindRule(SectionType type, FieldKey key) {
+  const SectionRules* section = FindSectionRules(type);
+  return section == nullptr ? nullptr : FindRule(section->rules, key);
 }

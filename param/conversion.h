@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
 
 #include "param/rule.h"
 #include "param/value_slot.h"
@@ -16,16 +15,13 @@
 // the record's payload is left alone.
 
 // Converts the texts in `slots` into the field at `offset`.
-int Param_ConfigToSection(ValueSlots& slots, std::string_view key, SectionRecord& record,
+int Param_ConfigToSection(ValueSlots& slots, FieldKey key, SectionRecord& record,
                           std::size_t offset, FieldFormat format);
 
 // Converts the field at `offset` into texts. The caller hands in empty slots; one that stays empty
 // means that nothing is restored for its path.
-int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, std::string_view key,
+int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, FieldKey key,
                           std::size_t offset, FieldFormat format);
 
-// The texts and numbers of a field of one of the types 1 to 10; none for what is no enumeration.
-std::span<const EnumRow> Param_Enumeration(SectionType type, std::string_view key);
-
-// Whether the conversion into such a field makes this number, or its way back knows it.
-bool Param_KnowsNumber(SectionType type, std::string_view key, std::int32_t number);
+// The rule that a field of one of the types 1 to 10 follows; null when there is none.
+const FieldRule* Param_FindRule(SectionType type, FieldKey key);

@@ -35,7 +35,7 @@ void Iris_ToSection(const Conversion& conversion) {
 }
 
 void Iris_ToConfig(const Conversion& conversion) {
-  if (Field_Number(Sibling(conversion, PlaceOf(lvln_fields, "lvln_autoir_en"))) != 0) return;
+  if (Field_Number(Sibling(conversion, PlaceOf(LvlnRecord, "lvln_autoir_en"))) != 0) return;
   const std::int32_t iris = Field_Signed(conversion.field);
   Slot_SetText(conversion.slots[0], iris == iris_open ? "open" : "manual");
   if (iris != iris_open) Slot_SetNumber(conversion.slots[1], iris);
@@ -83,7 +83,7 @@ constexpr std::array lvln_table = {
     Enum("lvln_autoir_en", if_automatic),
     Own("lvln_iris",       Iris_ToSection, Iris_ToConfig),
     Own("lvln_zoom",       nullptr, LensPosition_ToConfig),
-    Names("lvln_pname_%d", lvln_extensions),
+    Names("lvln_pname_", lvln_extensions),
 };
 
 constexpr std::array lvad_table = {
@@ -93,20 +93,20 @@ constexpr std::array lvad_table = {
     FieldRule{.key = "lvad_insource", .to_section = Enum_ToSection,
               .to_config = InputSource_ToConfig, .values = inputs},
     Enum("lvad_outsink",   outputs),
-    Names("lvad_pname_%d", lvad_extensions),
+    Names("lvad_pname_", lvad_extensions),
 };
 
 constexpr std::array lvdn_table = {
     Enum("lvdn_autodn_en",    if_automatic),
     Enum("lvdn_daynight",     day_night),
     Enum("lvdn_irled",        ir_led),
-    Names("lvdn_ir_pname_%d", lvdn_extensions),
+    Names("lvdn_ir_pname_", lvdn_extensions),
 };
 // clang-format on
 
-static_assert(IsSound<FaultOf(lvln_table, lvln_fields)>());
-static_assert(IsSound<FaultOf(lvad_table, lvad_fields)>());
-static_assert(IsSound<FaultOf(lvdn_table, lvdn_fields)>());
+static_assert(IsSound<FaultOf(lvln_table, LvlnRecord)>());
+static_assert(IsSound<FaultOf(lvad_table, LvadRecord)>());
+static_assert(IsSound<FaultOf(lvdn_table, LvdnRecord)>());
 
 }  // namespace
 

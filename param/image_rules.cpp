@@ -84,11 +84,11 @@ void RestoreSwitchedLevel(const Conversion& conversion, FieldPlace automatic,
 }
 
 void WideDynamicRange_ToConfig(const Conversion& conversion) {
-  RestoreSwitchedLevel(conversion, PlaceOf(lvim_fields, "lvim_autowdr_en"), "on");
+  RestoreSwitchedLevel(conversion, PlaceOf(LvimRecord, "lvim_autowdr_en"), "on");
 }
 
 void NoiseReduction_ToConfig(const Conversion& conversion) {
-  RestoreSwitchedLevel(conversion, PlaceOf(lvim_fields, "lvim_autodn_en"), "");
+  RestoreSwitchedLevel(conversion, PlaceOf(LvimRecord, "lvim_autodn_en"), "");
 }
 
 // Several parameters in one text, separated by ","; an empty one keeps its place.
@@ -136,13 +136,13 @@ constexpr std::array lvim_table = {
     Own("lvim_wdr",             SwitchedLevel_ToSection, WideDynamicRange_ToConfig),
     Enum("lvim_autodn_en",      if_automatic),
     Own("lvim_denoise",         SwitchedLevel_ToSection, NoiseReduction_ToConfig),
-    Names("lvim_dn_pname_%d",   lvim_extensions),
-    Own("lvim_dn_pvalue_14",    ThreeJoined_ToSection, Joined_ToConfig),
-    Own("lvim_dn_pvalue_15",    TwoJoined_ToSection, Joined_ToConfig),
+    Names("lvim_dn_pname_",   lvim_extensions),
+    Own({"lvim_dn_pvalue_", 14},    ThreeJoined_ToSection, Joined_ToConfig),
+    Own({"lvim_dn_pvalue_", 15},    TwoJoined_ToSection, Joined_ToConfig),
 };
 // clang-format on
 
-static_assert(IsSound<FaultOf(lvim_table, lvim_fields)>());
+static_assert(IsSound<FaultOf(lvim_table, LvimRecord)>());
 
 }  // namespace
 

@@ -93,11 +93,11 @@ void RestoreScheduled(const Conversion& conversion, std::span<const std::uint8_t
 }
 
 void CardScheduled_ToConfig(const Conversion& conversion) {
-  RestoreScheduled(conversion, Sibling(conversion, PlaceOf(srin_fields, "srin_rec_continuous")));
+  RestoreScheduled(conversion, Sibling(conversion, PlaceOf(SrinRecord, "srin_rec_continuous")));
 }
 
 void NetworkScheduled_ToConfig(const Conversion& conversion) {
-  RestoreScheduled(conversion, Sibling(conversion, PlaceOf(srex_fields, "srex_rec_continuous")));
+  RestoreScheduled(conversion, Sibling(conversion, PlaceOf(SrexRecord, "srex_rec_continuous")));
 }
 
 // A location is "host:/export" or "//host/share".
@@ -129,10 +129,10 @@ void Path_ToSection(const Conversion& conversion) {
 void Location_ToConfig(const Conversion& conversion) {
   constexpr std::uint32_t cifs = 1;
   constexpr std::uint32_t nfs = 2;
-  const auto type = Field_Number(Sibling(conversion, PlaceOf(srex_fields, "srex_server_type")));
+  const auto type = Field_Number(Sibling(conversion, PlaceOf(SrexRecord, "srex_server_type")));
   if (type != cifs && type != nfs) return;
-  const auto address = Field_Text(Sibling(conversion, PlaceOf(srex_fields, "srex_srv_addr")));
-  const auto path = Field_Text(Sibling(conversion, PlaceOf(srex_fields, "srex_srv_path")));
+  const auto address = Field_Text(Sibling(conversion, PlaceOf(SrexRecord, "srex_srv_addr")));
+  const auto path = Field_Text(Sibling(conversion, PlaceOf(SrexRecord, "srex_srv_path")));
   Text_Format(conversion.slots[0], type == cifs ? "//%.*s%.*s" : "%.*s:%.*s",
               static_cast<int>(address.size()), address.data(), static_cast<int>(path.size()),
               path.data());
@@ -144,7 +144,7 @@ void Authentication_ToSection(const Conversion& conversion) {
 }
 
 // A property of the schedule that the section's owner has.
-consteval FieldRule Scheduled(std::string_view key, Converter to_config, std::string_view owner) {
+consteval FieldRule Scheduled(FieldKey key, Converter to_config, std::string_view owner) {
   return {.key = key, .to_section = Scheduled_ToSection, .to_config = to_config, .owner = owner};
 }
 
@@ -156,10 +156,10 @@ constexpr std::array srin_table = {
     Enum("srin_rec_event_media",    media),
     Own("srin_rec_videoprofile",    Profile_ToSection, Profile_ToConfig),
     Own("srin_rec_snapshotprofile", Profile_ToSection, Profile_ToConfig),
-    Names("srin_pname_%d",          srin_extensions),
-    Scheduled("srin_pvalue_2",      CardScheduled_ToConfig, "LS"),
-    Scheduled("srin_pvalue_3",      CardScheduled_ToConfig, "LS"),
-    Scheduled("srin_pvalue_4",      CardScheduled_ToConfig, "LS"),
+    Names("srin_pname_",          srin_extensions),
+    Scheduled({"srin_pvalue_", 2},      CardScheduled_ToConfig, "LS"),
+    Scheduled({"srin_pvalue_", 3},      CardScheduled_ToConfig, "LS"),
+    Scheduled({"srin_pvalue_", 4},      CardScheduled_ToConfig, "LS"),
 };
 
 constexpr std::array srex_table = {
@@ -174,15 +174,15 @@ constexpr std::array srex_table = {
     Enum("srex_rec_event_media",    media),
     Own("srex_rec_videoprofile",    Profile_ToSection, Profile_ToConfig),
     Own("srex_rec_snapshotprofile", Profile_ToSection, Profile_ToConfig),
-    Names("srex_pname_%d",          srex_extensions),
-    Scheduled("srex_pvalue_1",      NetworkScheduled_ToConfig, "NS"),
-    Scheduled("srex_pvalue_2",      NetworkScheduled_ToConfig, "NS"),
-    Scheduled("srex_pvalue_3",      NetworkScheduled_ToConfig, "NS"),
+    Names("srex_pname_",          srex_extensions),
+    Scheduled({"srex_pvalue_", 1},      NetworkScheduled_ToConfig, "NS"),
+    Scheduled({"srex_pvalue_", 2},      NetworkScheduled_ToConfig, "NS"),
+    Scheduled({"srex_pvalue_", 3},      NetworkScheduled_ToConfig, "NS"),
 };
 // clang-format on
 
-static_assert(IsSound<FaultOf(srin_table, srin_fields)>());
-static_assert(IsSound<FaultOf(srex_table, srex_fields)>());
+static_assert(IsSound<FaultOf(srin_table, SrinRecord)>());
+static_assert(IsSound<FaultOf(srex_table, SrexRecord)>());
 
 }  // namespace
 

@@ -45,9 +45,10 @@ void Text_ToConfig(const Conversion& conversion) {
 }
 
 void Name_ToSection(const Conversion& conversion) {
-  const auto extensions = conversion.rule.extensions;
-  const auto index = static_cast<std::size_t>(conversion.number) - 1;
-  if (index < extensions.size()) Field_SetText(conversion.field, extensions[index].name);
+  const auto names = conversion.rule.extensions;
+  const bool is_given = conversion.number <= names.size();
+  Field_SetText(conversion.field,
+                is_given ? names[conversion.number - 1].name : std::string_view());
 }
 
 void Constant_ToSection(const Conversion& conversion) {

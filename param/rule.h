@@ -3,6 +3,7 @@
 // is a row of its section type's table; a field without a rule converts by its kind alone.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -21,7 +22,7 @@ struct Conversion {
   SectionRecord& record;          // the section that the field belongs to
   std::span<std::uint8_t> field;  // inside the record's payload, never empty
   const FieldRule& rule;          // the one that is being followed
-  int number;                     // N of a numbered key, else 0
+  unsigned number;                // behind the field's key, from 1 on; else 0
 };
 using Converter = void (*)(const Conversion& conversion);
 
@@ -44,8 +45,7 @@ struct EnumRow {
 };
 
 struct FieldRule {
-  // The whole key; one that ends in "%d" stands for every key with a number in that place.
-  std::string_view key;
+  FieldKey key;                    // one without its number is every number's
   Converter to_section = nullptr;  // null: by the field's kind
   Converter to_config = nullptr;
   std::span<const EnumRow> values = {};        // for Enum_...
@@ -90,11 +90,12 @@ std::int32_t Field_Signed(std::span<const std::uint8_t> field);
 // Another field of the same section; nothing when the payload at hand does not hold it.
 std::span<std::uint8_t> Sibling(const Conversion& conversion, FieldPlace place);
 
-// Whether a rule is about a key.
-inline constexpr std::string_view key_number = "%d";
-constexpr bool IsAbout(const FieldRule& rule, std::string_view key) {
-  if (!rule.key.ends_with(key_number)) return rule.key == key;
-  return key.starts_with(rule.key.substr(0, rule.key.size() - key_number.size()));
+// The rule that a key follows: the first that fits; null when there is none.
+constexpr const FieldRule* FindRule(std::span<const FieldRule> rules, FieldKey key) {
+  const auto rule = std::ranges::find_if(rules, [key](const FieldRule& each) {
+    return each.key.text == key.text && (each.key.number == 0 || each.key.number == key.number);
+  });
+  return rule == rules.end() ? nullptr : &*rule;
 }
 
 // One table for each section type, in the files that are named after them.

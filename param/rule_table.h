@@ -37,21 +37,21 @@ consteval bool HidesNumber(const EnumRow& earlier, const EnumRow& row) {
   return row.use != unknown_number && earlier.number == row.number;
 }
 
-// The rules. A key that ends in "%d" stands for every key with a number in that place.
-consteval FieldRule Enum(std::string_view key, std::span<const EnumRow> values) {
+// The rules. A key that ends in "_" without a number stands for every number.
+consteval FieldRule Enum(FieldKey key, std::span<const EnumRow> values) {
   return {.key = key, .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = values};
 }
 
-consteval FieldRule Names(std::string_view key, std::span<const Extension> extensions) {
+consteval FieldRule Names(FieldKey key, std::span<const Extension> extensions) {
   return {.key = key, .to_section = Name_ToSection, .extensions = extensions};
 }
 
-consteval FieldRule Constant(std::string_view key, std::uint32_t constant) {
+consteval FieldRule Constant(FieldKey key, std::uint32_t constant) {
   return {.key = key, .to_section = Constant_ToSection, .constant = constant};
 }
 
 // A rule with converters of its own; null: by the field's kind.
-consteval FieldRule Own(std::string_view key, Converter to_section, Converter to_config) {
+consteval FieldRule Own(FieldKey key, Converter to_section, Converter to_config) {
   return {.key = key, .to_section = to_section, .to_config = to_config};
 }
 
@@ -64,35 +64,30 @@ consteval bool HasHiddenRow(std::span<const EnumRow> values) {
   return false;
 }
 
-// The rule that a field follows; the end when there is none.
-constexpr auto RuleOf(std::span<const FieldRule> rules, const Field& field) {
-  return std::ranges::find_if(rules,
-                              [&](const FieldRule& rule) { return IsAbout(rule, field.key); });
-}
-
 consteval Finding FaultOf(const FieldRule& rule, std::span<const FieldRule> rules,
                           std::span<const Field> fields) {
-  if (HasHiddenRow(rule.values)) return {rule.key, "a text or a number stands twice"};
-  const bool is_followed = std::ranges::any_of(fields, [&](const Field& field) {
-    const auto first = RuleOf(rules, field);
-    return first != rules.end() && &*first == &rule;
-  });
-  return is_followed ? Finding() : Finding(rule.key, "no field follows this rule");
+  const auto& [text, number] = rule.key;
+  if (HasHiddenRow(rule.values)) return {text, "a text or a number stands twice", number};
+  const bool is_followed = std::ranges::any_of(
+      fields, [&](const Field& field) { return FindRule(rules, field.key) == &rule; });
+  return is_followed ? Finding() : Finding(text, "no field follows this rule", number);
 }
 
 // A rule says what a flag means, and which part of a parameter each of its fields holds.
 consteval Finding FaultOf(const Field& field, std::span<const FieldRule> rules,
                           std::span<const Field> fields) {
-  if (const auto rule = RuleOf(rules, field); rule != rules.end()) {
+  const auto& [text, number] = field.key;
+  if (const FieldRule* rule = FindRule(rules, field.key)) {
     const bool numbers_a_text = field.format.kind == MAP_TEXT && !rule->values.empty();
-    return numbers_a_text ? Finding(field.key, "a text holds no number") : Finding();
+    return numbers_a_text ? Finding(text, "a text holds no number", number) : Finding();
   }
   if (field.paths.empty()) return {};
-  if (field.format.kind == MAP_BYTE) return {field.key, "a byte needs a rule"};
+  if (field.format.kind == MAP_BYTE) return {text, "a byte needs a rule", number};
   const bool shares_paths = std::ranges::any_of(fields, [&](const Field& other) {
-    return &other != &field && other.paths == field.paths && RuleOf(rules, other) == rules.end();
+    return &other != &field && other.paths == field.paths && FindRule(rules, other.key) == nullptr;
   });
-  return shares_paths ? Finding(field.key, "another field without a rule has its path") : Finding();
+  if (!shares_paths) return {};
+  return {text, "another field without a rule has its path", number};
 }
 
 // What is wrong between a rule table and its section's fields.

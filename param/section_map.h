@@ -13,34 +13,29 @@
 
 struct SectionMap {
   SectionType type;
-  std::int32_t row_count;         // the first fields, those with a key; negative: the end
+  std::int32_t row_count;         // of the fields, the first ones; negative: the end
   std::span<const Field> fields;  // in stored order
+  char digit = '\0';              // of a stream profile
 };
 
 // One map for each section of the chain, in chain order, and the end mark.
 inline constexpr std::size_t chain_sections = 14;
 extern const std::array<SectionMap, chain_sections + 1> section_maps;
 
-// What a person calls them, in the same order.
-struct SectionName {
-  std::string_view prefix;   // of the keys; the stream profiles have their number behind it
-  std::string_view content;  // in words
-};
-extern const std::array<SectionName, chain_sections> section_names;
-
 // The size of an image, which is also the address behind its last byte.
 inline constexpr std::uint32_t EEPROM_IMAGE_SIZE = 12074;
-
-// Where the section at a position of the chain lies; behind the last one from the end mark on.
-std::uint32_t Map_Address(std::size_t position);
 
 // The map of the section at a position in the chain; the end mark from its position on.
 const SectionMap& Map_At(std::size_t position);
 
-// The rows of a map: its fields that have a key; none for the end mark.
+// The rows of a map; none for the end mark.
 std::span<const Field> Map_Rows(const SectionMap& map);
 
-// The paths of a row in slot order; empty ones between the commas vanish.
+// The paths of a map's field, separated by ",", with the map's digit in its place. What is no
+// stream profile's own, without a digit, travels with the first profile only.
+PathText Map_Paths(const SectionMap& map, const Field& field);
+
+// The paths in slot order; empty ones between the commas vanish. They lie in the given text.
 struct RowPaths {
   std::array<std::string_view, max_row_paths> path;
   std::size_t count = 0;  // of the paths that there are

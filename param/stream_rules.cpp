@@ -20,8 +20,8 @@ constexpr std::array profiles     = {  // of codec and profile
 constexpr std::array rate_control = {EnumRow{0, "vbr"}, EnumRow{1, "cbr"}};
 // clang-format on
 
-constexpr FieldPlace cbr_bitrate = PlaceOf(stpf_fields, "stpf_pf_CBR_bitrate");
-constexpr FieldPlace cbr_minquality = PlaceOf(stpf_fields, "stpf_pf_CBR_minquality");
+constexpr FieldPlace cbr_bitrate = PlaceOf(StpfRecord, "stpf_pf_CBR_bitrate");
+constexpr FieldPlace cbr_minquality = PlaceOf(StpfRecord, "stpf_pf_CBR_minquality");
 
 std::uint32_t Unsigned(std::int64_t value) { return static_cast<std::uint32_t>(value); }
 
@@ -38,8 +38,8 @@ void Height_ToSection(const Conversion& conversion) { Resolution_ToSection(conve
 
 void Resolution_ToConfig(const Conversion& conversion) {
   Text_Format(conversion.slots[0], "%ux%u",
-              Field_Number(Sibling(conversion, PlaceOf(stpf_fields, "stpf_pf_hres"))),
-              Field_Number(Sibling(conversion, PlaceOf(stpf_fields, "stpf_pf_vres"))));
+              Field_Number(Sibling(conversion, PlaceOf(StpfRecord, "stpf_pf_hres"))),
+              Field_Number(Sibling(conversion, PlaceOf(StpfRecord, "stpf_pf_vres"))));
 }
 
 void FrameRate_ToSection(const Conversion& conversion) {
@@ -115,11 +115,11 @@ constexpr std::array stpf_table = {
     FieldRule{.key = "stpf_pf_ovl_en", .to_section = Constant_ToSection, .to_config = Enum_ToConfig,
               .values = on_off, .constant = 1},
     Enum("stpf_pf_audio_en",      on_off),
-    Names("stpf_pf_pname_%d",     stpf_extensions),
+    Names("stpf_pf_pname_",     stpf_extensions),
 };
 // clang-format on
 
-static_assert(IsSound<FaultOf(stpf_table, stpf_fields)>());
+static_assert(IsSound<FaultOf(stpf_table, StpfRecord)>());
 
 }  // namespace
 

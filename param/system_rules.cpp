@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rules of date and time (ssdt), users (sssc) and network (ssnt).
 #include <algorithm>
-#include <utility>
 
 #include "param/base64.h"
 #include "param/rule_table.h"
@@ -39,20 +38,20 @@ struct GroupFlags {
 constexpr std::array<GroupFlags, 3> groups = {{{"01000001", 1}, {"00010001", 3}, {"00000100", 5}}};
 
 // Where the parts of the users' accounts lie, in the users' order.
-constexpr std::size_t sssc_users = 5;
-using UserPlaces = std::array<FieldPlace, sssc_users>;
-consteval UserPlaces PlacesFrom(std::string_view first_key) {
-  UserPlaces places;
-  std::size_t index = FieldIndex(sssc_fields, first_key);
-  for (FieldPlace& place : places) place = PlaceOf(sssc_fields, sssc_fields.at(index++).key);
-  return places;
+struct AccountPlaces {
+  FieldPlace name, password, group;
+};
+consteval AccountPlaces PlacesOf(unsigned user) {
+  return {PlaceOf(SsscRecord, {"sssc_username_", user}),
+          PlaceOf(SsscRecord, {"sssc_password_", user}),
+          PlaceOf(SsscRecord, {"sssc_group_", user})};
 }
-constexpr UserPlaces user_name = PlacesFrom("sssc_username_1");
-constexpr UserPlaces user_password = PlacesFrom("sssc_password_1");
-constexpr UserPlaces user_group = PlacesFrom("sssc_group_1");
+constexpr std::array account_places = {PlacesOf(1), PlacesOf(2), PlacesOf(3), PlacesOf(4),
+                                       PlacesOf(5)};
+static_assert(SsscRecord.size() == 3 * account_places.size());
 
 // User 1 is the administrator, whose value has no flags.
-constexpr int administrator = 1;
+constexpr unsigned administrator = 1;
 
 using AccountText = std::array<char, 128>;
 
@@ -92,10 +91,11 @@ void Group_ToSection(const Conversion& conversion) {
   Field_SetNumber(conversion.field, static_cast<std::uint32_t>(group - groups.begin()));
 }
 
-// Name, ":" and password of a user, counted from 0, as base64 text. Returns the text's length.
-std::size_t EncodeAccount(const Conversion& conversion, std::size_t user, ValueSlot& encoded) {
-  const std::string_view name = Field_Text(Sibling(conversion, user_name[user]));
-  const std::string_view password = Field_Text(Sibling(conversion, user_password[user]));
+// Name, ":" and password as base64 text. Returns the text's length.
+std::size_t EncodeAccount(const Conversion& conversion, const AccountPlaces& places,
+                          ValueSlot& encoded) {
+  const std::string_view name = Field_Text(Sibling(conversion, places.name));
+  const std::string_view password = Field_Text(Sibling(conversion, places.password));
   std::array<std::uint8_t, 65> account;  // two fields without terminators, and the colon
   auto* end = std::copy(name.begin(), name.end(), account.begin());
   *end++ = ':';
@@ -106,13 +106,11 @@ std::size_t EncodeAccount(const Conversion& conversion, std::size_t user, ValueS
 // The three rows of a user all restore the same value, with the flags of the user's group behind
 // it.
 void Account_ToConfig(const Conversion& conversion) {
-  const int number = conversion.number;
-  if (number < 1 || std::cmp_greater(number, sssc_users)) return;
-  const auto user = static_cast<std::size_t>(number) - 1;
+  const AccountPlaces& places = account_places[conversion.number - 1];
   ValueSlot value;
-  std::size_t length = EncodeAccount(conversion, user, value);
-  if (number != administrator) {
-    const auto group = Field_Number(Sibling(conversion, user_group[user]));
+  std::size_t length = EncodeAccount(conversion, places, value);
+  if (conversion.number != administrator) {
+    const auto group = Field_Number(Sibling(conversion, places.group));
     const auto flags = group < groups.size() ? groups[group].text : std::string_view();
     value[length++] = ',';
     length += flags.copy(&value[length], value.size() - length);
@@ -124,27 +122,27 @@ void Account_ToConfig(const Conversion& conversion) {
 constexpr std::array ssdt_table = {
     Enum("ssdt_format",     date_formats),
     Enum("ssdt_ntp_en",     ntp_switch),
-    Own("ssdt_ntp_addr_%d", Text_ToSection, Text_ToConfig),
+    Own("ssdt_ntp_addr_", Text_ToSection, Text_ToConfig),
     Own("ssdt_timezone",    TimeZone_ToSection, TimeZone_ToConfig),
 };
 
 constexpr std::array sssc_table = {
-    Own("sssc_username_%d", UserName_ToSection, Account_ToConfig),
-    Own("sssc_password_%d", Password_ToSection, Account_ToConfig),
-    FieldRule{.key = "sssc_group_%d", .to_section = Group_ToSection, .to_config = Account_ToConfig,
+    Own("sssc_username_", UserName_ToSection, Account_ToConfig),
+    Own("sssc_password_", Password_ToSection, Account_ToConfig),
+    FieldRule{.key = "sssc_group_", .to_section = Group_ToSection, .to_config = Account_ToConfig,
               .numbers = groups.size()},
 };
 
 constexpr std::array ssnt_table = {
     Enum("ssnt_dhcp_en",   dhcp_switch),
     Enum("ssnt_dns_auto",  on_off),
-    Names("ssnt_pname_%d", ssnt_extensions),
+    Names("ssnt_pname_", ssnt_extensions),
 };
 // clang-format on
 
-static_assert(IsSound<FaultOf(ssdt_table, ssdt_fields)>());
-static_assert(IsSound<FaultOf(sssc_table, sssc_fields)>());
-static_assert(IsSound<FaultOf(ssnt_table, ssnt_fields)>());
+static_assert(IsSound<FaultOf(ssdt_table, SsdtRecord)>());
+static_assert(IsSound<FaultOf(sssc_table, SsscRecord)>());
+static_assert(IsSound<FaultOf(ssnt_table, SsntRecord)>());
 
 }  // namespace
 

@@ -15,6 +15,9 @@ using ValueSlot = std::array<char, 128>;
 inline constexpr std::size_t max_row_paths = 3;
 using ValueSlots = std::array<ValueSlot, max_row_paths>;
 
+// A dotted path, or the paths of a row.
+using PathText = std::array<char, 256>;
+
 inline std::string_view Slot_Text(const ValueSlot& slot) {
   return {slot.data(),
           static_cast<std::size_t>(std::find(slot.begin(), slot.end(), '\0') - slot.begin())};

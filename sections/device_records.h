@@ -5,10 +5,10 @@
 #include "sections/field_codec.h"
 
 // clang-format off
-inline constexpr auto lvln_extensions = Extensions<8>({
-    {"refocus_method", "ImageSource.I0.LensControl.Smart.Method"},
-});
-inline constexpr auto lvln_fields = JoinFields(
+inline constexpr std::array lvln_extensions = {
+    Extension{"refocus_method", "ImageSource.I0.LensControl.Smart.Method"},
+};
+inline constexpr auto LvlnRecord = WithExtensions<8>(
     std::array{
         Field{"lvln_autofc_en", byte_field, "Properties.Lens.Type"},
         Field{"lvln_focus",     s16_field,  "ImageSource.I0.LensControl.FocusPos"},
@@ -18,12 +18,12 @@ inline constexpr auto lvln_fields = JoinFields(
         Field{"lvln_ir_speed",  s16_field,  "PTZ.Speed.IrisSpeed"},
         Field{"lvln_zoom",      s16_field,  "ImageSource.I0.LensControl.ZoomPos"},
         Field{"lvln_zm_speed",  s16_field,  "PTZ.Speed.ZoomSpeed"}},
-    NameFields<"lvln_pname_">(lvln_extensions), ValueFields<"lvln_pvalue_">(lvln_extensions));
+    "lvln_pname_", "lvln_pvalue_", lvln_extensions);
 
-inline constexpr auto lvad_extensions = Extensions<8>({
-    {"lvad_mode", "Audio.AudioSource.A0.AudioMode"},
-});
-inline constexpr auto lvad_fields = JoinFields(
+inline constexpr std::array lvad_extensions = {
+    Extension{"lvad_mode", "Audio.AudioSource.A0.AudioMode"},
+};
+inline constexpr auto LvadRecord = WithExtensions<8>(
     std::array{
         Field{"lvad_encoding", byte_field, "Audio.AudioSource.A0.AudioEncoding"},
         Field{"lvad_sampling", u16_field,  "Audio.AudioSource.A0.AMR.AudioCodecBitRate"},
@@ -32,15 +32,15 @@ inline constexpr auto lvad_fields = JoinFields(
         Field{"lvad_ingain",   s16_field,  "Audio.AudioSource.A0.AudioInputGain"},
         Field{"lvad_outsink",  byte_field, "Properties.Audio.OutputType"},
         Field{"lvad_outgain",  s16_field,  "Audio.AudioSource.A0.AudioOutputGain"}},
-    NameFields<"lvad_pname_">(lvad_extensions), ValueFields<"lvad_pvalue_">(lvad_extensions));
+    "lvad_pname_", "lvad_pvalue_", lvad_extensions);
 
-inline constexpr auto lvdn_extensions = Extensions<8>({
-    {"smartir",   "ImageSource.I0.SmartIR"},
-    {"ir_level",  "ImageSource.I0.IR.Level"},
-    {"ir_angle",  "ImageSource.I0.IR.Level2"},
-    {"night_sch", "ImageSource.I0.IR.ScheduleIdx"},
-});
-inline constexpr auto lvdn_fields = JoinFields(
+inline constexpr std::array lvdn_extensions = {
+    Extension{"smartir",   "ImageSource.I0.SmartIR"},
+    Extension{"ir_level",  "ImageSource.I0.IR.Level"},
+    Extension{"ir_angle",  "ImageSource.I0.IR.Level2"},
+    Extension{"night_sch", "ImageSource.I0.IR.ScheduleIdx"},
+};
+inline constexpr auto LvdnRecord = WithExtensions<8>(
     std::array{
         Field{"lvdn_autodn_en", byte_field, "ImageSource.I0.IR.ICRType"},
         Field{"lvdn_daynight",  byte_field, "ImageSource.I0.IR.ICRType"},
@@ -48,19 +48,19 @@ inline constexpr auto lvdn_fields = JoinFields(
         Field{"lvdn_ir_thmin",  s16_field,  "ImageSource.I0.IR.LowTh"},
         Field{"lvdn_ir_thmax",  s16_field,  "ImageSource.I0.IR.HighTh"},
         Field{"lvdn_irled",     byte_field, "ImageSource.I0.IR.Type"}},
-    NameFields<"lvdn_ir_pname_">(lvdn_extensions), ValueFields<"lvdn_ir_pvalue_">(lvdn_extensions));
+    "lvdn_ir_pname_", "lvdn_ir_pvalue_", lvdn_extensions);
 // clang-format on
 
-static_assert(IsSound<FaultOf(lvln_fields, "lvln_")>() && PayloadSize(lvln_fields) == 654);
-static_assert(IsSound<FaultOf(lvad_fields, "lvad_")>() && PayloadSize(lvad_fields) == 651);
-static_assert(IsSound<FaultOf(lvdn_fields, "lvdn_")>() && PayloadSize(lvdn_fields) == 649);
+static_assert(IsSound<FaultOf(LvlnRecord, "lvln_")>() && PayloadSize(LvlnRecord) == 654);
+static_assert(IsSound<FaultOf(LvadRecord, "lvad_")>() && PayloadSize(LvadRecord) == 651);
+static_assert(IsSound<FaultOf(LvdnRecord, "lvdn_")>() && PayloadSize(LvdnRecord) == 649);
 static_assert(IsSound<FaultOf(lvln_extensions)>());
 static_assert(IsSound<FaultOf(lvad_extensions)>());
 static_assert(IsSound<FaultOf(lvdn_extensions)>());
 
-inline constexpr auto EEprom_WriteLvln = EEprom_WriteFields<lvln_fields>;
-inline constexpr auto EEprom_WriteLvad = EEprom_WriteFields<lvad_fields>;
-inline constexpr auto EEprom_WriteLvdn = EEprom_WriteFields<lvdn_fields>;
-inline constexpr auto EEprom_ReadLvln = EEprom_ReadFields<lvln_fields>;
-inline constexpr auto EEprom_ReadLvad = EEprom_ReadFields<lvad_fields>;
-inline constexpr auto EEprom_ReadLvdn = EEprom_ReadFields<lvdn_fields>;
+inline constexpr auto EEprom_WriteLvln = EEprom_WriteFields<LvlnRecord>;
+inline constexpr auto EEprom_WriteLvad = EEprom_WriteFields<LvadRecord>;
+inline constexpr auto EEprom_WriteLvdn = EEprom_WriteFields<LvdnRecord>;
+inline constexpr auto EEprom_ReadLvln = EEprom_ReadFields<LvlnRecord>;
+inline constexpr auto EEprom_ReadLvad = EEprom_ReadFields<LvadRecord>;
+inline constexpr auto EEprom_ReadLvdn = EEprom_ReadFields<LvdnRecord>;

@@ -10,9 +10,8 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <utility>
 
-#include "sections/compile_time_text.h"
+#include "sections/finding.h"
 
 enum class FieldKind : std::uint8_t {
   MAP_TEXT = 0,    // text, terminated inside the field unless it fills it
@@ -42,61 +41,46 @@ inline constexpr std::size_t longest_paths = 255;
 inline constexpr std::ptrdiff_t most_paths = 3;
 inline constexpr std::size_t longest_name = 15;
 
+// What the conversion rules know a field by. A key that ends in "_" has a number behind it, from 1
+// on: "sssc_username_" and 2 are the key "sssc_username_2".
+struct FieldKey {
+  std::string_view text;
+  std::uint8_t number = 0;  // 0: none
+  constexpr FieldKey() = default;
+  // Not explicit: most keys in a table are a text alone.
+  constexpr FieldKey(const char* key_text, unsigned key_number = 0)
+      : text(key_text), number(static_cast<std::uint8_t>(key_number)) {}
+  bool operator==(const FieldKey& other) const = default;
+};
+
 struct Field {
-  std::string_view key;  // what the conversion rules know it by; empty: a place without a row
-  FieldFormat format;    // how it lies in the payload
+  FieldKey key;
+  FieldFormat format;  // how it lies in the payload
   // The configuration parameters that the field is made of, separated by ","; empty when there are
-  // none. "%d" stands for NsIndex.
+  // none. "%d" stands for NsIndex, "#" for a stream profile's digit.
   std::string_view paths = {};
 };
 
 // A further configuration value of a section, which travels as text beside its short name.
 struct Extension {
-  std::string_view name;   // empty: the pair of fields stays empty
+  std::string_view name;
   std::string_view paths;  // as in Field
 };
 
-// The given extensions, and empty ones behind them.
-template <std::size_t count, std::size_t given>
-consteval std::array<Extension, count> Extensions(const Extension (&extensions)[given]) {
+// The fields; behind them `count` of 16 bytes for the names of extensions, which a rule fills in,
+// and as many of 64 bytes for their values. What is not given stays empty.
+template <std::size_t count, std::size_t size, std::size_t given>
+consteval auto WithExtensions(const std::array<Field, size>& fields, const char* names,
+                              const char* values, const std::array<Extension, given>& extensions) {
   static_assert(given <= count);
-  std::array<Extension, count> list{};
-  std::copy(std::begin(extensions), std::end(extensions), list.begin());
-  return list;
-}
-
-// Fields "<prefix>1", "<prefix>2", ... of 16 bytes for the extensions' names.
-template <Literal prefix, std::size_t count>
-consteval auto NameFields(const std::array<Extension, count>& /*a rule fills the names in*/) {
-  return []<std::size_t... i>(std::index_sequence<i...>) {
-    return std::array{Field{joined<prefix, DecimalLiteral<i + 1>()>, TextField(16)}...};
+  std::array<Field, size + 2 * count> all{};
+  auto* name = std::ranges::copy(fields, all.begin()).out;
+  for (unsigned i = 0; i < count; ++i, ++name) {
+    name[0] = {{names, i + 1}, TextField(16)};
+    name[count] = {{values, i + 1}, TextField(64)};
+    if (i < given) name[count].paths = extensions[i].paths;
   }
-  (std::make_index_sequence<count>());
-}
-
-// Fields "<prefix>1", "<prefix>2", ... of 64 bytes for the extensions' values.
-template <Literal prefix, std::size_t count>
-consteval auto ValueFields(const std::array<Extension, count>& extensions) {
-  return [&]<std::size_t... i>(std::index_sequence<i...>) {
-    return std::array{
-        Field{joined<prefix, DecimalLiteral<i + 1>()>, TextField(64), extensions[i].paths}...};
-  }
-  (std::make_index_sequence<count>());
-}
-
-template <std::size_t... sizes>
-consteval auto JoinFields(const std::array<Field, sizes>&... lists) {
-  std::array<Field, (sizes + ...)> fields{};
-  auto* end = fields.begin();
-  ((end = std::copy(lists.begin(), lists.end(), end)), ...);
-  return fields;
-}
-
-// The same fields, of which the last one has a place, but no key and thus no row.
-template <std::size_t count>
-consteval std::array<Field, count> WithoutLastKey(std::array<Field, count> fields) {
-  fields.back().key = {};
-  return fields;
+  return all;
 }
 
 // The offset of field `index`, which is also the size of the fields before it.
@@ -119,21 +103,15 @@ struct FieldPlace {
 void no_field_has_this_key();  // has no body: whoever calls it does not compile
 
 // The index of the field with a key; a key that no field has does not compile.
-consteval std::size_t FieldIndex(std::span<const Field> fields, std::string_view key) {
+consteval std::size_t FieldIndex(std::span<const Field> fields, FieldKey key) {
   const auto field = std::ranges::find(fields, key, &Field::key);
   if (field == fields.end()) no_field_has_this_key();
   return static_cast<std::size_t>(field - fields.begin());
 }
 
-consteval FieldPlace PlaceOf(std::span<const Field> fields, std::string_view key) {
+consteval FieldPlace PlaceOf(std::span<const Field> fields, FieldKey key) {
   const std::size_t index = FieldIndex(fields, key);
   return {FieldOffset(fields, index), fields[index].format.size};
-}
-
-// The fields that have a key; those without come behind them.
-consteval std::size_t FieldCountWithKey(std::span<const Field> fields) {
-  return static_cast<std::size_t>(
-      std::ranges::count_if(fields, [](const Field& field) { return !field.key.empty(); }));
 }
 
 // Numbers of their kind's size, and texts in pieces of 4 bytes: what the writer relies on.
@@ -167,21 +145,27 @@ consteval bool HasIdlePath(std::string_view paths) {
   return false;
 }
 
-// What is wrong with the first faulty row. `stray` is a key that is meant not to begin with the
-// section's prefix.
+// What is wrong with a row. `stray` is a key that is meant not to begin with the section's prefix.
+consteval std::string_view FaultOf(const Field& field, std::string_view prefix, FieldKey stray) {
+  const auto& [key, format, paths] = field;
+  if (!IsStorable(format)) return "this size and kind can't be stored";
+  if (paths.size() > longest_paths) return "the paths are too long";
+  if (std::ranges::count(paths, ',') >= most_paths) return "too many paths";
+  if (HasIdlePath(paths)) return "a path is empty or stands twice";
+  if (key.text.size() + 2 > longest_key) return "the key is too long";
+  if (!key.text.starts_with(prefix) && key != stray) return "the section's prefix is missing";
+  if (key.text.ends_with('_') != (key.number > 0)) return "a number is missing, or is one too many";
+  return {};
+}
+
+// The first faulty row.
 consteval Finding FaultOf(std::span<const Field> fields, std::string_view prefix,
-                          std::string_view stray = {}) {
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    const auto& [key, format, paths] = fields[i];
-    if (!IsStorable(format)) return {key, "this size and kind can't be stored"};
-    if (paths.size() > longest_paths) return {key, "the paths are too long"};
-    if (std::ranges::count(paths, ',') >= most_paths) return {key, "too many paths"};
-    if (HasIdlePath(paths)) return {key, "a path is empty or stands twice"};
-    if (key.empty()) continue;
-    if (key.size() > longest_key) return {key, "the key is too long"};
-    if (!key.starts_with(prefix) && key != stray) return {key, "the section's prefix is missing"};
-    if (i > 0 && fields[i - 1].key.empty()) return {key, "a field without a key comes before it"};
-    if (FieldIndex(fields, key) != i) return {key, "the key stands twice"};
+                          FieldKey stray = {}) {
+  for (const Field& field : fields) {
+    const std::string_view fault = FaultOf(field, prefix, stray);
+    if (!fault.empty()) return {field.key.text, fault, field.key.number};
+    const bool is_first = &fields[FieldIndex(fields, field.key)] == &field;
+    if (!is_first) return {field.key.text, "the key stands twice", field.key.number};
   }
   return {};
 }
@@ -189,8 +173,7 @@ consteval Finding FaultOf(std::span<const Field> fields, std::string_view prefix
 consteval Finding FaultOf(std::span<const Extension> extensions) {
   for (const auto& [name, paths] : extensions) {
     if (name.size() > longest_name) return {name, "the name is too long"};
-    if (name.empty() != paths.empty()) return {name, "a name without a path, or the reverse"};
-    if (name.empty()) continue;
+    if (name.empty() || paths.empty()) return {name, "a name without a path, or the reverse"};
     if (std::ranges::count(extensions, name, &Extension::name) > 1) return {name, "a name twice"};
   }
   return {};

@@ -5,25 +5,25 @@
 #include "sections/field_codec.h"
 
 // clang-format off
-inline constexpr auto lvim_extensions = Extensions<16>({
-    {"denoise3d",      "ImageSource.I0.Sensor.DeNoise.DeNoise3D"},
-    {"defog",          "ImageSource.I0.DeFog.Mode"},
-    {"exptarget",      "ImageSource.I0.Sensor.ExpTarget"},
-    {"colortone",      "ImageSource.I0.Sensor.ColorTone"},
-    {"rotated",        "ImageSource.I0.Sensor.Rotate.Angle"},
-    {"lowlight_en",    "ImageSource.I0.Sensor.LowLightBehavior.Enabled"},
-    {"lowlight_exp",   "ImageSource.I0.Sensor.LowLightBehavior.ExpTarget"},
-    {"lowlight_exmin", "ImageSource.I0.Sensor.LowLightBehavior.ShutterSpeedMin"},
-    {"lowlight_exmax", "ImageSource.I0.Sensor.LowLightBehavior.ShutterSpeedMax"},
-    {"lowlight_gmin",  "ImageSource.I0.Sensor.LowLightBehavior.GainMin"},
-    {"lowlight_gmax",  "ImageSource.I0.Sensor.LowLightBehavior.GainMax"},
-    {"lowlight_mode",  "ImageSource.I0.Sensor.LowLightBehavior.Mode"},
-    {"lowlight_sch",   "ImageSource.I0.Sensor.LowLightBehavior.ScheduleIdx"},
-    {"overlay",        "Image.OSD.TextColor,Image.OSD.BkColor,Image.OSD.Position"},
-    {"denoise2d",      "ImageSource.I0.Sensor.DeNoise.Mode,"
-                       "ImageSource.I0.Sensor.DeNoise.ScheduleIdx"},
-});
-inline constexpr auto lvim_fields = JoinFields(
+inline constexpr std::array lvim_extensions = {
+    Extension{"denoise3d",      "ImageSource.I0.Sensor.DeNoise.DeNoise3D"},
+    Extension{"defog",          "ImageSource.I0.DeFog.Mode"},
+    Extension{"exptarget",      "ImageSource.I0.Sensor.ExpTarget"},
+    Extension{"colortone",      "ImageSource.I0.Sensor.ColorTone"},
+    Extension{"rotated",        "ImageSource.I0.Sensor.Rotate.Angle"},
+    Extension{"lowlight_en",    "ImageSource.I0.Sensor.LowLightBehavior.Enabled"},
+    Extension{"lowlight_exp",   "ImageSource.I0.Sensor.LowLightBehavior.ExpTarget"},
+    Extension{"lowlight_exmin", "ImageSource.I0.Sensor.LowLightBehavior.ShutterSpeedMin"},
+    Extension{"lowlight_exmax", "ImageSource.I0.Sensor.LowLightBehavior.ShutterSpeedMax"},
+    Extension{"lowlight_gmin",  "ImageSource.I0.Sensor.LowLightBehavior.GainMin"},
+    Extension{"lowlight_gmax",  "ImageSource.I0.Sensor.LowLightBehavior.GainMax"},
+    Extension{"lowlight_mode",  "ImageSource.I0.Sensor.LowLightBehavior.Mode"},
+    Extension{"lowlight_sch",   "ImageSource.I0.Sensor.LowLightBehavior.ScheduleIdx"},
+    Extension{"overlay",        "Image.OSD.TextColor,Image.OSD.BkColor,Image.OSD.Position"},
+    Extension{"denoise2d",      "ImageSource.I0.Sensor.DeNoise.Mode,"
+                                "ImageSource.I0.Sensor.DeNoise.ScheduleIdx"},
+};
+inline constexpr auto LvimRecord = WithExtensions<16>(
     std::array{
         Field{"lvim_flip",            byte_field,    "ImageSource.I0.Sensor.Flip,"
                                                      "ImageSource.I0.Sensor.Mirror"},
@@ -56,12 +56,11 @@ inline constexpr auto lvim_fields = JoinFields(
         Field{"lvim_autodn_en",       byte_field,    "ImageSource.I0.Sensor.DeNoise.Mode"},
         Field{"lvim_denoise",         s16_field,     "ImageSource.I0.Sensor.DeNoise.Mode,"
                                                      "ImageSource.I0.Sensor.DeNoise.DeNoiseY"}},
-    NameFields<"lvim_dn_pname_">(lvim_extensions),
-    ValueFields<"lvim_dn_pvalue_">(lvim_extensions));
+    "lvim_dn_pname_", "lvim_dn_pvalue_", lvim_extensions);
 // clang-format on
 
-static_assert(IsSound<FaultOf(lvim_fields, "lvim_")>() && PayloadSize(lvim_fields) == 1442);
+static_assert(IsSound<FaultOf(LvimRecord, "lvim_")>() && PayloadSize(LvimRecord) == 1442);
 static_assert(IsSound<FaultOf(lvim_extensions)>());
 
-inline constexpr auto EEprom_WriteLvim = EEprom_WriteFields<lvim_fields>;
-inline constexpr auto EEprom_ReadLvim = EEprom_ReadFields<lvim_fields>;
+inline constexpr auto EEprom_WriteLvim = EEprom_WriteFields<LvimRecord>;
+inline constexpr auto EEprom_ReadLvim = EEprom_ReadFields<LvimRecord>;

@@ -5,14 +5,14 @@
 #include "sections/field_codec.h"
 
 // clang-format off
-inline constexpr auto srin_extensions = Extensions<8>({
-    {"overwrite",    "Event.MemoryCard.Overwrite"},
-    {"rec_filesize", "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.FileSize"},
-    {"rec_period",   "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Period"},
-    {"rec_sch",      "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Schedule"},
-    {"rec_name",     "Event.Scheduled.S0.Name"},
-});
-inline constexpr auto srin_fields = JoinFields(
+inline constexpr std::array srin_extensions = {
+    Extension{"overwrite",    "Event.MemoryCard.Overwrite"},
+    Extension{"rec_filesize", "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.FileSize"},
+    Extension{"rec_period",   "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Period"},
+    Extension{"rec_sch",      "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Schedule"},
+    Extension{"rec_name",     "Event.Scheduled.S0.Name"},
+};
+inline constexpr auto SrinRecord = WithExtensions<8>(
     std::array{
         Field{"srin_sdcard_en",           byte_field,    "Event.MemoryCard.Enabled"},
         Field{"srin_rec_continuous",      byte_field,    "Event.Scheduled.S0.ServerType,"
@@ -24,16 +24,16 @@ inline constexpr auto srin_fields = JoinFields(
         Field{"srin_rec_videoprofile",    TextField(32), "ImageSource.RecordIndex"},
         Field{"srin_rec_snapshotprofile", TextField(32), "ImageSource.SnapshotIndex"},
         Field{"srin_maxdays",             u16_field}},
-    NameFields<"srin_pname_">(srin_extensions), ValueFields<"srin_pvalue_">(srin_extensions));
+    "srin_pname_", "srin_pvalue_", srin_extensions);
 
-inline constexpr auto srex_extensions = Extensions<8>({
-    {"rec_filesize", "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.FileSize"},
-    {"rec_period",   "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Period"},
-    {"rec_sch",      "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Schedule"},
-    {"server_name",  "Event.Server.S%d.Name"},
-    {"rec_name",     "Event.Scheduled.S0.Name"},
-});
-inline constexpr auto srex_fields = WithoutLastKey(JoinFields(
+inline constexpr std::array srex_extensions = {
+    Extension{"rec_filesize", "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.FileSize"},
+    Extension{"rec_period",   "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Period"},
+    Extension{"rec_sch",      "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Schedule"},
+    Extension{"server_name",  "Event.Server.S%d.Name"},
+    Extension{"rec_name",     "Event.Scheduled.S0.Name"},
+};
+inline constexpr auto SrexRecord = WithExtensions<8>(
     std::array{
         Field{"srex_rec_en",              byte_field,     "Event.Server.S%d.Type"},
         Field{"srex_server_type",         byte_field,     "Event.Server.S%d.Protocol"},
@@ -58,15 +58,15 @@ inline constexpr auto srex_fields = WithoutLastKey(JoinFields(
         Field{"srex_rec_snapshotprofile", TextField(32),  "ImageSource.SnapshotIndex"},
         Field{"srex_maxdays",             u16_field},
         Field{"srex_maxsize",             word32_field,   "Event.Server.S%d.CyclicSize"}},
-    NameFields<"srex_pname_">(srex_extensions), ValueFields<"srex_pvalue_">(srex_extensions)));
+    "srex_pname_", "srex_pvalue_", srex_extensions);
 // clang-format on
 
-static_assert(IsSound<FaultOf(srin_fields, "srin_")>() && PayloadSize(srin_fields) == 714);
-static_assert(IsSound<FaultOf(srex_fields, "srex_")>() && PayloadSize(srex_fields) == 1113);
+static_assert(IsSound<FaultOf(SrinRecord, "srin_")>() && PayloadSize(SrinRecord) == 714);
+static_assert(IsSound<FaultOf(SrexRecord, "srex_")>() && PayloadSize(SrexRecord) == 1113);
 static_assert(IsSound<FaultOf(srin_extensions)>());
 static_assert(IsSound<FaultOf(srex_extensions)>());
 
-inline constexpr auto EEprom_WriteSrin = EEprom_WriteFields<srin_fields>;
-inline constexpr auto EEprom_WriteSrex = EEprom_WriteFields<srex_fields>;
-inline constexpr auto EEprom_ReadSrin = EEprom_ReadFields<srin_fields>;
-inline constexpr auto EEprom_ReadSrex = EEprom_ReadFields<srex_fields>;
+inline constexpr auto EEprom_WriteSrin = EEprom_WriteFields<SrinRecord>;
+inline constexpr auto EEprom_WriteSrex = EEprom_WriteFields<SrexRecord>;
+inline constexpr auto EEprom_ReadSrin = EEprom_ReadFields<SrinRecord>;
+inline constexpr auto EEprom_ReadSrex = EEprom_ReadFields<SrexRecord>;

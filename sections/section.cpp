@@ -22,13 +22,13 @@ std::uint32_t WriteIdentification(int fd, const SectionRecord& record, std::uint
   const std::string_view id = Field_Text(Section_Field(record, id_offset, id_size));
   const std::uint32_t time = Field_Number(Section_Field(record, time_offset, time_size));
   Nv_Print("id=%.*s,time=%d\n", static_cast<int>(id.size()), id.data(), static_cast<int>(time));
-  return EEprom_WritePayload(fd, record, address, identification_fields);
+  return EEprom_WritePayload(fd, record, address, IdentificationRecord);
 }
 
 // Unlike the other types, an identification of another version is refused without a word.
 int ReadIdentification(int fd, SectionRecord& record, std::uint32_t address) {
   if (record.version != section_version) return -1;
-  return EEprom_ReadPayload(fd, record, address, identification_fields);
+  return EEprom_ReadPayload(fd, record, address, IdentificationRecord);
 }
 
 struct SectionFormat {
@@ -40,18 +40,18 @@ struct SectionFormat {
 
 // clang-format off
 constexpr std::array section_formats = {
-    SectionFormat{SectionType::identification, PayloadSize(identification_fields),
+    SectionFormat{SectionType::identification, PayloadSize(IdentificationRecord),
                   WriteIdentification, ReadIdentification},
-    SectionFormat{SectionType::ssdt, PayloadSize(ssdt_fields), EEprom_WriteSsdt, EEprom_ReadSsdt},
-    SectionFormat{SectionType::sssc, PayloadSize(sssc_fields), EEprom_WriteSssc, EEprom_ReadSssc},
-    SectionFormat{SectionType::ssnt, PayloadSize(ssnt_fields), EEprom_WriteSsnt, EEprom_ReadSsnt},
-    SectionFormat{SectionType::lvim, PayloadSize(lvim_fields), EEprom_WriteLvim, EEprom_ReadLvim},
-    SectionFormat{SectionType::lvln, PayloadSize(lvln_fields), EEprom_WriteLvln, EEprom_ReadLvln},
-    SectionFormat{SectionType::lvad, PayloadSize(lvad_fields), EEprom_WriteLvad, EEprom_ReadLvad},
-    SectionFormat{SectionType::lvdn, PayloadSize(lvdn_fields), EEprom_WriteLvdn, EEprom_ReadLvdn},
-    SectionFormat{SectionType::stpf, PayloadSize(stpf_fields), EEprom_WriteStpf, EEprom_ReadStpf},
-    SectionFormat{SectionType::srin, PayloadSize(srin_fields), EEprom_WriteSrin, EEprom_ReadSrin},
-    SectionFormat{SectionType::srex, PayloadSize(srex_fields), EEprom_WriteSrex, EEprom_ReadSrex},
+    SectionFormat{SectionType::ssdt, PayloadSize(SsdtRecord), EEprom_WriteSsdt, EEprom_ReadSsdt},
+    SectionFormat{SectionType::sssc, PayloadSize(SsscRecord), EEprom_WriteSssc, EEprom_ReadSssc},
+    SectionFormat{SectionType::ssnt, PayloadSize(SsntRecord), EEprom_WriteSsnt, EEprom_ReadSsnt},
+    SectionFormat{SectionType::lvim, PayloadSize(LvimRecord), EEprom_WriteLvim, EEprom_ReadLvim},
+    SectionFormat{SectionType::lvln, PayloadSize(LvlnRecord), EEprom_WriteLvln, EEprom_ReadLvln},
+    SectionFormat{SectionType::lvad, PayloadSize(LvadRecord), EEprom_WriteLvad, EEprom_ReadLvad},
+    SectionFormat{SectionType::lvdn, PayloadSize(LvdnRecord), EEprom_WriteLvdn, EEprom_ReadLvdn},
+    SectionFormat{SectionType::stpf, PayloadSize(StpfRecord), EEprom_WriteStpf, EEprom_ReadStpf},
+    SectionFormat{SectionType::srin, PayloadSize(SrinRecord), EEprom_WriteSrin, EEprom_ReadSrin},
+    SectionFormat{SectionType::srex, PayloadSize(SrexRecord), EEprom_WriteSrex, EEprom_ReadSrex},
 };
 // clang-format on
 

@@ -4,19 +4,9 @@
 // Header: type (32-bit, big-endian), version (8-bit), next address (32-bit, big-endian).
 #pragma once
 
-#include "sections/field_codec.h"
+#include "sections/section_record.h"
 
 inline constexpr std::uint32_t SECTION_HEADER_SIZE = 9;
-
-// The identification section lies at address 0.
-inline constexpr std::array identification_fields = {
-    Field{"id", TextField(32)},   // product number, NUL-padded; a longer one has no terminator
-    Field{"time", word32_field},  // seconds since 1970 when the image was last written to
-};
-inline constexpr FieldPlace identification_id = PlaceOf(identification_fields, "id");
-inline constexpr FieldPlace identification_time = PlaceOf(identification_fields, "time");
-static_assert(IsSound<FaultOf(identification_fields, "")>());
-static_assert(PayloadSize(identification_fields) == 36);
 
 // The EEPROM address of a field of the section whose header lies at `section`.
 constexpr std::uint32_t Section_FieldAddress(std::uint32_t section, std::size_t offset) {

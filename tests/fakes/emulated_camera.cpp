@@ -163,7 +163,7 @@ void FitCamera(const Parameters& parameters) {
   camera.actions.clear();
   (void)I2c_UseAdapter(&adapter);
   eeprom_handle = 7;  // any number; nothing but the adapter sees it
-  SectionList_Free();
+  section_list.clear();
   NsIndex = 0;
   debug_flag = 0;
   Nv_SetProductNumber("CAM-1");
@@ -184,10 +184,9 @@ void FitFactoryCamera() {
 
 std::string Parameter(const std::string& path) {
   const ConfigFile config = Nv_OpenConfig();
-  ValueSlot value;
-  if (config.root == nullptr || !Nv_ReadParameter(config.root, path.c_str(), value))
-    return "(none)";
-  return value.data();
+  cfg_node* node =
+      config.root == nullptr ? nullptr : cfg_find_param_node(config.root, path.c_str());
+  return node == nullptr ? "(none)" : Nv_NodeValue(node).data();
 }
 
 void SetParameter(const std::string& path, const std::string& value) {

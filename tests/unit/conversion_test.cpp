@@ -94,13 +94,19 @@ struct Row {
   Field field;
   SectionType type;
   std::size_t offset;
+  std::string key;
+  std::string paths;
 };
 
 std::vector<Row> LoadRows() {
   std::vector<Row> rows;
   for (const SectionMap& map : section_maps) {
     for (std::size_t i = 0; i < Map_Rows(map).size(); ++i) {
-      rows.push_back({map.fields[i], map.type, FieldOffset(map.fields, i)});
+      const Field& field = map.fields[i];
+      const FieldKey& key = field.key;
+      rows.push_back({field, map.type, FieldOffset(map.fields, i),
+                      std::string(key.text) + (key.number > 0 ? std::to_string(key.number) : ""),
+                      Map_Paths(map, field).data()});
     }
   }
   return rows;
@@ -108,7 +114,7 @@ std::vector<Row> LoadRows() {
 const std::vector<Row> rows = LoadRows();
 
 const Row& Find(std::string_view key) {
-  const auto row = std::ranges::find(rows, key, [](const Row& each) { return each.field.key; });
+  const auto row = std::ranges::find(rows, key, &Row::key);
   if (row == rows.end()) ADD_FAILURE() << "no field has the key " << key;
   return row == rows.end() ? rows[0] : *row;
 }
@@ -183,7 +189,7 @@ TEST(Conversion, FollowsItsFieldsRule) {
 TEST(Conversion, TouchesNothingButItsField) {
   std::mt19937 random(2);
   for (const Row& row : rows) {
-    if (row.field.key.starts_with("stpf_pf_CBR_")) continue;  // is stored in two fields
+    if (row.key.starts_with("stpf_pf_CBR_")) continue;  // is stored in two fields
     for (int i = 0; i < 60; ++i) {
       SectionRecord record = NewRecord(i % 4 == 0 ? rows[random() % rows.size()].type : row.type);
       if (i % 5 == 0) record.data.resize(random() % 2000);
@@ -193,7 +199,7 @@ TEST(Conversion, TouchesNothingButItsField) {
       (void)Restore(record, row);
       const auto field = BytesOf(record, row);
       if (!field.empty()) std::ranges::copy(field, &expected[row.offset]);
-      EXPECT_EQ(expected, record.data) << row.field.key;
+      EXPECT_EQ(expected, record.data) << row.key;
     }
   }
   SectionRecord record;
@@ -218,7 +224,7 @@ TEST(Conversion, SurvivesAModuleSwap) {
   const std::string settled = camera.files[device_conf];
   const ConfigFile config = Nv_OpenConfig();
   for (const Row& row : rows) {
-    for (const std::string& path : Split(std::string(row.field.paths), ',')) {
+    for (const std::string& path : Split(row.paths, ',')) {
       cfg_node* node = cfg_find_param_node(config.root, Nv_FormatPath(path, NsIndex).data());
       if (path.find("LensControl") == std::string::npos) (void)cfg_set_param_value(node, "");
     }

@@ -75,14 +75,6 @@ std::string Send(std::string_view message) {
   return OutputOf([message] { Nv_HandleCommand(message); });
 }
 
-std::size_t ChainLength() {
-  std::size_t nodes = 0;
-  for (const SectionNode* node = section_list.get(); node != nullptr; node = node->next.get()) {
-    ++nodes;
-  }
-  return nodes;
-}
-
 void ExpectLines(std::initializer_list<std::string_view> lines, const std::string& output) {
   for (const auto line : lines) EXPECT_NE(std::string::npos, output.find(line)) << output;
 }
@@ -179,7 +171,7 @@ TEST(Start, LeavesAMatchingImageAlone) {
     camera.reads = 0;
     EXPECT_EQ("", WrittenBy([] { EXPECT_EQ(identification_match, Start()); }));
     EXPECT_EQ(long{45 + EEPROM_IMAGE_SIZE}, camera.reads);
-    EXPECT_EQ(chain_sections, ChainLength());
+    EXPECT_EQ(chain_sections, section_list.size());
     EXPECT_EQ((Actions{"listen"}), camera.actions) << "nothing is saved";
   }
 }
@@ -275,11 +267,11 @@ TEST(ReadBack, EndsWhateverTheChainSays) {
     camera.chip = filled;
     Store(each.address, each.bytes);
     ExpectLines({each.line}, ReadBack());
-    EXPECT_EQ(each.sections, ChainLength()) << each.line;
+    EXPECT_EQ(each.sections, section_list.size()) << each.line;
   }
   camera.absent = true;
   (void)ReadBack();
-  EXPECT_LE(ChainLength(), 257U) << "an absent chip answers with the address";
+  EXPECT_LE(section_list.size(), 257U) << "an absent chip answers with the address";
 }
 
 // What follows a power failure is the old image or one that is filled again from the
@@ -298,7 +290,7 @@ TEST(PowerCut, InAFillOrResetCostsNothing) {
     const bool is_torn = Stored(5, 4).find('\xA5') != std::string::npos;
     ++outcomes[Start()];
     EXPECT_TRUE(sections == Stored(45, sections.size()));
-    EXPECT_TRUE(is_torn || ChainLength() == chain_sections);
+    EXPECT_TRUE(is_torn || section_list.size() == chain_sections);
     EXPECT_EQ(file, camera.files[device_conf]);
   };
   const auto fill = [] { (void)OutputOf([] { EXPECT_EQ(0, Nv_InitEEprom()); }); };
@@ -378,9 +370,9 @@ TEST(PowerCut, InAMessageCostsItsOwnFieldsOnly) {
     std::map<std::string, int> outcomes;
     const auto check = [&] {
       const int found = Start();
-      ++outcomes[found != identification_match     ? "another product's"
-                 : ChainLength() != chain_sections ? "torn chains"
-                                                   : "matching"];
+      ++outcomes[found != identification_match           ? "another product's"
+                 : section_list.size() != chain_sections ? "torn chains"
+                                                         : "matching"];
       for (const auto& [path, value] : settings) {
         if (path.starts_with(message.own)) SetParameter(path, value);
       }
