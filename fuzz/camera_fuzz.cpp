@@ -4,29 +4,44 @@
 //   !                the daemon starts (again)         >MESSAGE     and is told something
 //   x, o             the chip leaves the bus, returns
 //   %N               the power fails after N transfers
+//   <...             device.conf, up to an empty line
 // Anything else counts for nothing. At the end the chip is back and the daemon starts once more.
 #include <charconv>
+#include <cstdio>
+#include <cstdlib>
 #include <regex>
 
 #include "config/section_list.h"
 #include "config/store.h"
 #include "daemon/commands.h"
 #include "eeprom/identification.h"
-#include "fuzz/fuzz.h"
 #include "sections/section.h"
 #include "tests/fakes/emulated_camera.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
 
 constexpr int most_lines = 64;
 constexpr int most_starts = 3;
-constexpr long most_reads = 5'000'000;  // a whole image takes about 12,000
-constexpr std::size_t largest_configuration = 4U << 20U;
 
 struct Range {
   std::uint32_t from;
   std::size_t size;
 };
+
+// Stops the fuzzer: the input has shown what must not be.
+[[noreturn]] void Fail(const char* what) {
+  (void)std::fprintf(stderr, "FAILED: %s\n", what);
+  std::abort();
+}
+
+// The input up to the next `end`, which is taken off as well.
+std::string_view TakeUpTo(std::string_view end, std::string_view& input) {
+  const std::string_view part = input.substr(0, input.find(end));
+  input.remove_prefix(std::min(part.size() + end.size(), input.size()));
+  return part;
+}
 
 unsigned ToNumber(std::string_view text, int base) {
   unsigned number = 0;
@@ -65,11 +80,8 @@ void Check(const std::function<Range()>& step) {
   const bool loaded = Nv_OpenConfig().root != nullptr;
   camera.writes.clear();
   camera.actions.clear();
-  camera.reads = 0;
   CheckWrites(step(), before);
-  if (camera.reads > most_reads) Fail("too many bus reads");
   if (loaded && Nv_OpenConfig().root == nullptr) Fail("device.conf can't be loaded any more");
-  if (camera.files[device_conf].size() > largest_configuration) Fail("device.conf grows");
   for (const std::string& action : camera.actions) {
     if (!std::regex_match(action, harmless)) Fail(action.c_str());
   }
@@ -88,18 +100,30 @@ Range Send(std::string_view message) {
 }
 
 void PatchChip(std::string_view line) {
-  std::size_t address = ToNumber(TakeUpTo(' ', line), 16);
+  std::size_t address = ToNumber(TakeUpTo(" ", line), 16);
   for (; line.size() >= 2; line.remove_prefix(2)) {
     camera.chip[address++ % camera.chip.size()] =
         static_cast<std::uint8_t>(ToNumber(line.substr(0, 2), 16));
   }
 }
 
+// What could be set is there after the save, but for a character that is unfinished at the end.
+void SetAndCheck(const std::string& path, const std::string& value) {
+  const ConfigFile config = Nv_OpenConfig();
+  cfg_node* node = config.root == nullptr ? nullptr : cfg_add_param_node(config.root, path.c_str());
+  if (node == nullptr || cfg_set_param_value(node, value.c_str()) != 0) return;
+  if (cfg_save_file(config.handle.get(), device_conf) != 0) Fail("can't save");
+  const std::string kept = Parameter(path);
+  if (!value.starts_with(kept) || kept.size() + 3 < std::min<std::size_t>(value.size(), 127)) {
+    Fail("a new value is another");
+  }
+}
+
 void RunLine(char what, std::string_view line, int& starts) {
   if (what == '@') PatchChip(line);
   if (what == '=') {
-    const std::string path(TakeUpTo('=', line));
-    SetParameter(path, std::string(line));
+    const std::string path(TakeUpTo("=", line));
+    SetAndCheck(path, std::string(line.substr(0, line.find('\0'))));
   }
   if (what == '!' && ++starts <= most_starts) Check(Start);
   if (what == '>') Check([line] { return Send(line); });
@@ -130,7 +154,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FitFilledCamera();
   int starts = 0;
   for (int lines = 0; !input.empty() && lines < most_lines; ++lines) {
-    const std::string_view line = TakeUpTo('\n', input);
+    if (input[0] == '<' || input[0] == '\xEF') {
+      camera.files[device_conf] = TakeUpTo("\n\n", input);
+      continue;
+    }
+    const std::string_view line = TakeUpTo("\n", input);
     if (!line.empty()) RunLine(line.front(), line.substr(1), starts);
   }
   RunLine('o', {}, starts);
