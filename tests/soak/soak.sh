@@ -1,21 +1,13 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # Several senders at once at the daemon of a simulated camera: they change settings as the camera's
-# own programs do, between messages of every other kind. At first the EEPROM refuses the writes behind
-# an address. In the end EEPROM and configuration must agree, and the daemon must not have grown. With
-# 0 messages, only looks whether they agree.
+# own programs do, between messages of every other kind. In the end EEPROM and configuration must agree,
+# and the daemon must not have grown. With 0 messages, only looks whether they agree. tools/soak starts
+# the camera and this:
+#   soak.sh BUILD STATE MESSAGES SEED
+# Exit status: 0 all is well, 1 it is not, 3 the daemon went away.
 set -eu
 root=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../..
-
-usage() {
-  echo 'usage: soak.sh BUILD STATE MESSAGES SEED   (tools/soak starts the camera and this)'
-  echo 'Exit status: 0 all is well, 1 it is not, 2 wrong usage, 3 the daemon went away.'
-}
-
-# shellcheck source=tools/common.sh
-. "$root/tools/common.sh"
-answer_help "$@"
-[[ $# == 4 && -d $1 && -d $2 && $3$4 =~ ^[0-9]+$ ]] || wrong_usage 'two folders and two numbers are wanted'
 build=$1 state=$2 messages=$3 RANDOM=$4
 pid=$(<"$state/run/nvd.pid")
 readonly senders=4 most_growth_kb=256
@@ -62,10 +54,7 @@ footprint() { echo "$(awk '/^VmRSS/ { print $2 }' "/proc/$pid/status") $(find "/
 trap 'status=$?; ((status == 0)) || [[ -e /proc/$pid ]] || exit 3' EXIT
 
 if ((messages > 0)); then
-  prlimit --pid "$pid" --fsize=6144: # whoever started the daemon has made it ignore SIGXFSZ
   run $((messages / 10))
-  prlimit --pid "$pid" --fsize=unlimited:
-  for path in "${paths[@]}"; do camera notify "$(camera get "$path")"; done
   read -ra early < <(footprint)
   run $((messages - messages / 10))
   read -ra late < <(footprint)
