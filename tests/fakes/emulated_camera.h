@@ -36,17 +36,10 @@ struct EmulatedCamera {
   std::map<std::string, std::string> files;
   std::vector<std::string> actions;  // commands run, "save", "sleep 3", "listen", in order
   std::string factory_file;          // what the command "restore" makes of device.conf
-  std::uint64_t slept_us = 0;
-  std::uint64_t busy_until = 0;  // by the time slept: the end of the chip's write cycle
 };
 extern EmulatedCamera camera;
 
 using Parameters = std::map<std::string, std::string>;
-
-// The chip's side of the bus: it has pages of 256 bytes and answers nothing during its write cycle.
-// False: it did not answer.
-bool ChipWrites(const Transfer& transfer);
-bool ChipReads(std::uint32_t address, std::uint8_t& data);
 
 // A fresh camera with an erased EEPROM, these parameters in device.conf and the daemon's state as
 // at its start.
@@ -73,11 +66,8 @@ std::string WrittenBy(const std::function<void()>& action);
 // transfer is lost, half of it arrives, its cells are torn) and with the files as they are now.
 void ForEachCut(const std::function<void()>& action, const std::function<void()>& check);
 
-// Adds to what TrafficOf returns, in the place of an adapter.
-void Record(const char* before, std::span<const std::uint8_t> bytes, const char* behind);
-
-// "29 00 02 01"
-std::string HexText(std::span<const std::uint8_t> bytes);
+// Adds bytes in hex to what TrafficOf returns, in the place of an adapter.
+void Record(std::string_view before, std::span<const std::uint8_t> bytes, const char* behind);
 
 // The requests, buffers and waits of an action: "A0 w01 [29 00 02 01] ~ ".
 std::string TrafficOf(const std::function<void()>& action);

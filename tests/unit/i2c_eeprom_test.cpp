@@ -17,28 +17,22 @@ constexpr ByteOrder little = ByteOrder::little_endian;
 
 TEST(I2cEeprom, SendsExactlyTheseTransfers) {
   static constexpr std::array<std::uint8_t, 3> raw = {1, 2, 3};
+  // clang-format off
   const std::vector<std::pair<std::function<int()>, const char*>> cases = {
-      {[] { return EEprom_WriteByte(fd, 0x1234, 0xAB); }, "A0 w00 [34 12 AB] ~ "},
-      {[] { return EEprom_WriteWord(fd, 0x12, 0x11225678, big); }, "A0 w01 [12 00 78 56] ~ "},
-      {[] { return EEprom_WriteWord(fd, 0x12, 0x5678, little); }, "A0 w01 [12 00 56 78] ~ "},
-      {[] { return EEprom_WriteDword(fd, 0x10, 0x01020304, big); },
-       "A0 w01 [10 00 02 01] ~ w01 [12 00 04 03] ~ "},
+      {[] { return EEprom_WriteByte(fd, 0x1234, 0xAB); },             "A0 w00 [34 12 AB] ~ "},
+      {[] { return EEprom_WriteWord(fd, 0x12, 0x11225678, big); },    "A0 w01 [12 00 78 56] ~ "},
+      {[] { return EEprom_WriteWord(fd, 0x12, 0x5678, little); },     "A0 w01 [12 00 56 78] ~ "},
+      {[] { return EEprom_WriteDword(fd, 0x10, 0x01020304, big); },   "A0 w01 [10 00 02 01] ~ w01 [12 00 04 03] ~ "},
       // A pair across a page goes out byte by byte, without choosing the block again.
-      {[] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, little); },
-       "A0 w01 [FD 00 03 04] ~ w00 [FF 00 02] ~ [00 01 01] ~ "},
-      {[] { return EEprom_WriteWord(fd, 0x3FFFF, 0x0201, little); },
-       "A6 w00 [FF FF 01] ~ [00 00 02] ~ "},
-      {[] { return EEprom_WriteRaw(fd, 0x20, raw); }, "A0 w01 [20 00 02 01] ~ w00 [22 00 03] ~ "},
-      {[] { return EEprom_WriteRaw(fd, 0x20, {}); }, "A0 "},
-      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, big); },
-       "A0 w01 [20 00 02 01] ~ w00 [22 00 03] ~ "},
-      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, little); },
-       "A0 w01 [20 00 02 03] ~ w00 [22 00 01] ~ "},
-      {[] { return EEprom_WriteValue(fd, 0x20, 1, 0, big); }, "A0 "},
-      {[] { return EEprom_WriteByte(fd, 0x20001, 9); }, "A4 w00 [01 00 09] ~ "},
-      {[] { return EEprom_WriteByte(fd, 0x40001, 9); }, "A8 w00 [01 00 09] ~ "},
-      {[] { return EEprom_WriteByte(fd, 0x70001, 9); }, "AE w00 [01 00 09] ~ "},
+      {[] { return EEprom_WriteDword(fd, 0xFD, 0x01020304, little); }, "A0 w01 [FD 00 03 04] ~ w00 [FF 00 02] ~ [00 01 01] ~ "},
+      {[] { return EEprom_WriteWord(fd, 0x3FFFF, 0x0201, little); },  "A6 w00 [FF FF 01] ~ [00 00 02] ~ "},
+      {[] { return EEprom_WriteRaw(fd, 0x20, raw); },                 "A0 w01 [20 00 02 01] ~ w00 [22 00 03] ~ "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 0xFF010203, 3, big); }, "A0 w01 [20 00 02 01] ~ w00 [22 00 03] ~ "},
+      {[] { return EEprom_WriteValue(fd, 0x20, 1, 0, big); },         "A0 "},
+      {[] { return EEprom_WriteByte(fd, 0x20001, 9); },               "A4 w00 [01 00 09] ~ "},
+      {[] { return EEprom_WriteByte(fd, 0x70001, 9); },               "AE w00 [01 00 09] ~ "},
   };
+  // clang-format on
   FitCamera();
   for (const auto& [call, traffic] : cases) {
     EXPECT_EQ(traffic, TrafficOf([&call] { EXPECT_EQ(0, call()); }));
