@@ -244,8 +244,6 @@ test_module_swap() {
     Event.Media.M0.PostAlarm=20 Event.Server.S0.Options.Retries=3 StreamProfile.I3.Video.FPS=30
   wait_for is_stored 755 022b
   expect 'changed addresses' '9 10 11 12 13 14 15 16 756 8925 8926 8929 ' "$(changed)"
-  camera set Event.Server.S0.Location //nas.example/cellar
-  expect 'change of a new instance' /cellar "$(text 11027 30)"
   camera stop
   rm "$lens"
   camera board --button -1
@@ -309,14 +307,6 @@ test_side_by_side() {
   expect 'files in /etc and /mnt' $'/etc:\ndevice.conf\n\n/mnt:\nmtd' "$(camera exec ls /etc /mnt)"
   expect 'the host' "$host" "$(host)"
   expect_end 1 '*running already' camera start
-
-  # A second daemon on the chip, in the same camera; "exec" has it under another name.
-  mkdir "$state/second"
-  ln -s "$build/nvd" "$state/second/xmlcfg"
-  build=$state/second expect_end 0 'nvd: open I2C device error' camera exec timeout 5 /bin/xmlcfg
-  expect 'pid file' "$pid" "$(<"$state/run/nvd.pid")"
-  camera notify General.System.HTTPPort=8080
-  expect 'stored port' 1f90 "$(bytes 753 2)"
 }
 
 if (($# == 1)); then
