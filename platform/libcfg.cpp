@@ -8,11 +8,13 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
-#include <list>
+#include <forward_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -45,8 +47,8 @@ struct LoadedFile {
 
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
-std::list<LoadedFile> loaded_files;
-std::string last_fault;
+std::forward_list<LoadedFile> loaded_files;
+std::array<char, 128> last_fault;
 
 // cfg_node is the opaque name of pugixml's own node structure; a handle is the document's node.
 pugi::xml_node Node(cfg_node* node) {
@@ -66,10 +68,13 @@ bool IsText(const pugi::xml_node& node) {
   return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-bool HasChildElement(const pugi::xml_node& node) {
-  return std::any_of(node.begin(), node.end(), [](const pugi::xml_node& child) {
-    return child.type() == pugi::node_element;
-  });
+bool IsElement(const pugi::xml_node& node) { return node.type() == pugi::node_element; }
+
+bool HasChildElement(const pugi::xml_node& node) { return !node.find_child(IsElement).empty(); }
+
+bool IsBlank(const pugi::xml_node& node) {
+  return node.type() == pugi::node_pcdata &&
+         node.value()[std::strspn(node.value(), " \t\r\n")] == '\0';
 }
 
 // What is wrong with a file, and where.
@@ -83,27 +88,22 @@ struct RepeatedAttribute : pugi::xml_tree_walker {
   bool for_each(pugi::xml_node& node) override {
     for (auto each = node.first_attribute(); each; each = each.next_attribute()) {
       for (auto other = each.next_attribute(); other; other = other.next_attribute()) {
-        if (std::strcmp(each.name(), other.name()) == 0) {
-          fault = {node.offset_debug(), "An attribute stands twice"};
-        }
+        if (std::strcmp(each.name(), other.name()) != 0) continue;
+        fault = {node.offset_debug(), "An attribute stands twice"};
+        return false;
       }
     }
-    return fault.what == nullptr;
+    return true;
   }
 };
-
-bool IsBlank(const pugi::xml_node& node) {
-  return node.type() == pugi::node_pcdata &&
-         node.value()[std::strspn(node.value(), " \t\r\n")] == '\0';
-}
 
 // What the parser lets pass is refused: more at the top than one element, and attributes twice. So
 // are entities of the file's own, which the parser would not know and a save would damage.
 Fault FaultOf(pugi::xml_document& document) {
   int elements = 0;
-  for (const pugi::xml_node& node : document) {
+  for (pugi::xml_node node = document.first_child(); node; node = node.next_sibling()) {
     const std::ptrdiff_t offset = node.offset_debug();
-    if (node.type() == pugi::node_element && ++elements > 1) return {offset, "A second root"};
+    if (IsElement(node) && ++elements > 1) return {offset, "A second root"};
     if (IsText(node) && !IsBlank(node)) return {offset, "Text beside the root"};
     if (node.type() == pugi::node_doctype && std::strchr(node.value(), '[') != nullptr) {
       return {offset, "Entities of its own"};
@@ -199,7 +199,7 @@ std::string PathBelow(const pugi::xml_node& base, pugi::xml_node element) {
 
 std::string Text(const pugi::xml_node& element) {
   std::string text;
-  for (const pugi::xml_node& child : element) {
+  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
     if (IsText(child)) text += child.value();
   }
   return text;
@@ -262,10 +262,10 @@ void CopyBounded(char* destination, int size, std::string_view text) {
 
 void KeepFault(const Fault& fault, std::string_view text) {
   text = text.substr(0, static_cast<std::size_t>(fault.offset));
-  const auto line = 1 + std::count(text.begin(), text.end(), '\n');
+  const std::ptrdiff_t line = 1 + std::ranges::count(text, '\n');
   const std::size_t column = text.size() - text.rfind('\n');  // from 1; npos is -1
-  last_fault = "line " + std::to_string(line) + ", column " + std::to_string(column) + ": ";
-  last_fault += fault.what;
+  (void)std::snprintf(last_fault.data(), last_fault.size(), "line %td, column %zu: %s", line,
+                      column, fault.what);
 }
 
 bool Parse(std::string_view text, LoadedFile& file) {
@@ -312,21 +312,21 @@ bool Merge(const LoadedFile& file, std::string_view present, std::string& next,
 cfg_handle* cfg_init(const char* path) {
   std::string text;
   if (path == nullptr || File_Read(path, text) != 0) {
-    last_fault = std::strerror(errno);
+    (void)std::snprintf(last_fault.data(), last_fault.size(), "%s", std::strerror(errno));
     return nullptr;
   }
-  LoadedFile& file = loaded_files.emplace_back();
+  LoadedFile& file = loaded_files.emplace_front();
   file.path = path;
   if (Parse(text, file)) return Opaque(file.document);
-  loaded_files.pop_back();
+  loaded_files.pop_front();
   return nullptr;
 }
 
-const char* Libcfg_Fault() { return last_fault.c_str(); }
+const char* Libcfg_Fault() { return last_fault.data(); }
 
 void cfg_deinit(cfg_handle* handle) {
-  const auto file = FindLoadedFile(handle);
-  if (file != loaded_files.end()) loaded_files.erase(file);
+  loaded_files.remove_if(
+      [handle](const LoadedFile& file) { return Opaque(file.document) == handle; });
 }
 
 cfg_node* cfg_find_param_node(cfg_node* parent, const char* path) {
@@ -383,9 +383,9 @@ int cfg_add_param_value(cfg_node* node, const char* value) {
 
 int cfg_cp_node_attr(cfg_node* destination, cfg_node* source) {
   if (!IsFirst(Node(destination))) return -1;
-  for (const pugi::xml_attribute& attribute : Node(source).attributes()) {
+  for (auto each = Node(source).first_attribute(); each; each = each.next_attribute()) {
     // What XML can't hold stays behind.
-    (void)cfg_cp_node_attr_spec(destination, source, attribute.name());
+    (void)cfg_cp_node_attr_spec(destination, source, each.name());
   }
   return 0;
 }
@@ -409,17 +409,14 @@ void cfg_get_node_pathname(cfg_node* node, cfg_node* base, char* path, int size)
 }
 
 cfg_node* cfg_walk_next(cfg_node* node, cfg_node* base, int descend) {
-  const auto is_element = [](const pugi::xml_node& candidate) {
-    return candidate.type() == pugi::node_element;
-  };
   const pugi::xml_node top = Node(base);
   pugi::xml_node element = Node(node);
   if (descend != 0) {
-    if (const pugi::xml_node child = element.find_child(is_element)) return Opaque(child);
+    if (const pugi::xml_node child = element.find_child(IsElement)) return Opaque(child);
   }
   for (; element && element != top; element = element.parent()) {
     for (pugi::xml_node next = element.next_sibling(); next; next = next.next_sibling()) {
-      if (is_element(next)) return Opaque(next);
+      if (IsElement(next)) return Opaque(next);
     }
   }
   return nullptr;
