@@ -79,7 +79,7 @@ bool IsDaemonsFile(const char* path) {
 void Report(std::string_view message) {
   const int connection = Notify_Send(notify_socket, message);
   if (connection < 0 || Notify_WaitForEnd(connection, message.size()) != 0) {
-    Program_Complain("saved, but nvd does not know and undoes it at its next start",
+    Program_Complain("saved, but unknown to nvd, whose next start puts back what the EEPROM holds",
                      Notify_Reason());
   } else if (message.size() > notify_longest_message) {
     const std::string lengths = "nvd takes " + std::to_string(notify_longest_message) +
