@@ -61,6 +61,6 @@ build() {
 like_golden() {
   diff -u "$1" "$2" >"$2.diff" && return
   head -n 40 "$2.diff" >&2
-  echo "$(grep -c '^[-+]' "$2.diff") lines of difference; if they are meant: tools/update-golden" >&2
+  echo "$1 differs in $(grep -c '^[-+][^-+]' "$2.diff") lines; if that is meant: tools/update-golden" >&2
   return 1
 }
