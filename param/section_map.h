@@ -24,6 +24,8 @@ extern const std::array<SectionMap, chain_sections + 1> section_maps;
 
 // The size of an image, which is also the address behind its last byte.
 inline constexpr std::uint32_t EEPROM_IMAGE_SIZE = 12074;
+static_assert(EEPROM_IMAGE_SIZE <= 16 * 1024,
+              "larger than the chip that docs/porting.md asks for: shorten it, or ask for more");
 
 // The map of the section at a position in the chain; the end mark from its position on.
 const SectionMap& Map_At(std::size_t position);
