@@ -25,9 +25,6 @@ namespace {
 
 constexpr std::uint32_t page_mask = 0xFF;
 
-std::uint32_t block;  // address bits 16 to 18, which the device address carries
-std::size_t width;    // data bytes of a transfer
-
 // The first `count` bytes of a transfer arrive.
 void Keep(std::vector<std::uint8_t>& chip, const Transfer& transfer, std::uint32_t count) {
   for (std::uint32_t i = 0; i < count; ++i) {
@@ -36,22 +33,18 @@ void Keep(std::vector<std::uint8_t>& chip, const Transfer& transfer, std::uint32
   }
 }
 
-int OnRequest(int, unsigned long request, unsigned long argument) {
+int OnRequest(int fd, unsigned long request, unsigned long argument) {
   const bool selects_chip = request == I2C_SLAVE_FORCE;
   Record(selects_chip ? "" : "w", std::array{static_cast<std::uint8_t>(argument)}, " ");
-  if (selects_chip) {
-    block = static_cast<std::uint32_t>(argument & 0x0EU) << 15U;
-    return 0;
-  }
-  width = argument + 1;
+  (void)I2c_Select(fd, request, argument);
+  if (selects_chip) return 0;
   return camera.widths++ == camera.refuse_width ? -1 : camera.width_answer;
 }
 
 ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
   Record("[", buffer, "] ");
-  if (buffer.size() != 2 + width) return -1;
-  Transfer transfer = {block + I2c_RegisterAddress(buffer), {}, 0};
-  for (std::size_t i = buffer.size(); i-- > 2;) transfer.bytes[transfer.size++] = buffer[i];
+  Transfer transfer = {static_cast<std::uint32_t>(I2c_FlatAddress(buffer)), {}, 0};
+  transfer.size = static_cast<std::uint32_t>(I2c_Data(buffer, transfer.bytes).size());
   const auto number = std::ssize(camera.writes);
   camera.writes.push_back(transfer);
   if (camera.absent || number == camera.refuse_write) return -1;
@@ -64,7 +57,7 @@ ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
 ssize_t OnRead(int, std::span<std::uint8_t> buffer) {
   Record("(", buffer, ") ");
   if (camera.absent || camera.reads++ == camera.refuse_read) return -1;
-  buffer[0] = camera.chip.at(block + I2c_RegisterAddress(buffer));
+  buffer[0] = camera.chip.at(I2c_FlatAddress(buffer));
   return std::ssize(buffer);
 }
 

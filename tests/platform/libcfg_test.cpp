@@ -161,6 +161,7 @@ constexpr std::array merges = {
           "<root><A><C/></A><B>2</B></root>", "<root><A><C/></A><B>own</B></root>", -1},
     Merge{[](const Loaded& file) { (void)file.Set("A", ""); }, "<root><A>x<![CDATA[y]]></A></root>",
           "<root><A/></root>", 0},
+    Merge{set_a, "<root><B/></root>", "<root><B/></root>", -1},
     Merge{set_a, "<root>", "<root>", -1},
     Merge{set_a, "<device/>", "<device/>", -1},
     Merge{set_a, "", "<root><A>own</A><B op=\"1\">2</B></root>", 0},

@@ -68,24 +68,6 @@ TEST(ListInstance, TakesTheFirstFreeIndexUpToTheMaximum) {
   EXPECT_EQ("(none)", Parameter("Event.Server.S2.Type"));
 }
 
-TEST(ListInstance, TakesTheIndexThatItsPathAsksFor) {
-  FitBareCamera();
-  EXPECT_EQ("add index=2\nsave", Add(stream_profile_list, "StreamProfile.I2.Video.Codec"));
-  EXPECT_EQ("new", Parameter("StreamProfile.I2.Video.Name"));
-  EXPECT_EQ("save", Add(user_list, "General.UserID.U1.User"));
-  EXPECT_EQ("", Parameter("General.UserID.U1.User"));
-  EXPECT_EQ("pTmp=Event.Scheduled.S0.Enabled\nadd index=0\nsave",
-            Add(scheduled_event_list, "Event.Scheduled.S0.Enabled"));
-  EXPECT_EQ("off", Parameter("Event.Scheduled.S0.Enabled"));
-  SetParameter("StreamProfile.I2.Video.Name", "mine");
-  EXPECT_EQ("add index=2\n", Add(stream_profile_list, "StreamProfile.I2.Audio.Enabled"));
-  EXPECT_EQ("mine", Parameter("StreamProfile.I2.Video.Name")) << "an existing one stays as it is";
-
-  EXPECT_EQ("", Add(stream_profile_list, "StreamProfile.IX.Video.Name"));
-  EXPECT_EQ("", Add(user_list, "General.UserID.Admin"));
-  EXPECT_EQ("pTmp=ImageSource.RecordIndex\n", Add(scheduled_event_list, "ImageSource.RecordIndex"));
-}
-
 TEST(ListInstance, IsNotMadeFromABadTemplateOrList) {
   const std::vector<std::tuple<const char*, const char*, const char*>> cases = {
       // the template or the list, and what is said of it
@@ -130,7 +112,10 @@ TEST(ListInstance, ComesBackWithARestore) {
     camera.files[device_conf] = bare_configuration;
     NsIndex = -1;
     const std::string output = OutputOf([] { EXPECT_EQ(0, Nv_ReadBackCheck()); });
-    EXPECT_NE(std::string::npos, output.find("security section j=4\n"));
+    for (const char* line :
+         {"pTmp=Event.Scheduled.S0.", "\nadd index=1\n", "NsIndex=0\n", "j=4\n"}) {
+      EXPECT_EQ(line[0] == 'p' && owner == "FTP", output.find(line) == std::string::npos) << line;
+    }
     EXPECT_EQ(std::string::npos, output.find("security section j=5\n"));
     EXPECT_EQ(0, NsIndex);
     for (const auto& [path, value] : settings) {
