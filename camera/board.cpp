@@ -23,18 +23,10 @@ int Fail(const char* what) {
   return 1;
 }
 
-bool ParseNumber(const char* text, std::int32_t& number) {
-  char* end = nullptr;
-  number = static_cast<std::int32_t>(std::strtol(text, &end, 10));
-  return end != text && *end == '\0';
-}
-
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  std::int32_t button = 0;
-  std::int32_t led = 0;
-  if (argc < 4 || !ParseNumber(argv[1], button) || !ParseNumber(argv[2], led)) {
+  if (argc < 4) {
     (void)std::fputs("usage: camera-board BUTTON LED COMMAND [ARG...]\n", stderr);
     return 2;
   }
@@ -44,8 +36,8 @@ int main(int argc, char* argv[]) {
   void* memory = shmat(segment, nullptr, 0);
   if (memory == reinterpret_cast<void*>(-1)) return Fail("shmat");
   auto* words = static_cast<std::int32_t*>(memory);
-  words[button_word] = button;
-  words[led_word] = led;
+  words[button_word] = static_cast<std::int32_t>(std::strtol(argv[1], nullptr, 10));
+  words[led_word] = static_cast<std::int32_t>(std::strtol(argv[2], nullptr, 10));
   (void)shmdt(memory);  // the segment stays until its name space ends
   (void)execvp(argv[3], &argv[3]);
   return Fail(argv[3]);
