@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "eeprom/i2c_eeprom.h"
+#include "nvdump/lock.h"
 #include "nvdump/options.h"
 #include "nvdump/output.h"
 #include "nvdump/text.h"
@@ -172,7 +173,7 @@ void ReadBesideDaemon(int fd) {
 
 // Whether a daemon has the device. Throws Failure when that leaves nothing to be read.
 bool IsShared(int fd, bool anyway) {
-  if (!I2c_IsLocked(fd)) return false;
+  if (!Device_IsLocked(fd)) return false;
   if (reading.device != &i2c_vendor_adapter || anyway) return true;
   I2c_Close(fd);
   throw Failure("a daemon is using it, and its driver would mix up both; stop nvd, or --anyway");

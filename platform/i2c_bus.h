@@ -79,9 +79,6 @@ int I2c_Open(const char* path);
 // The same for a program that only reads, beside whoever writes: it takes no lock.
 int I2c_OpenToRead(const char* path);
 
-// Whether anybody holds the lock of an open device, as a running daemon does.
-bool I2c_IsLocked(int fd);
-
 // The adapter that the device was last opened with, for a person to read.
 const char* I2c_AdapterName();
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Asks for the device's lock without touching it: a lock that is taken to find out, however short,
 // keeps a daemon that starts in that moment from its device.
+#include "nvdump/lock.h"
+
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
@@ -9,9 +11,8 @@
 #include <string>
 
 #include "platform/file.h"
-#include "platform/i2c_bus.h"
 
-bool I2c_IsLocked(int fd) {
+bool Device_IsLocked(int fd) {
   struct stat device {};
   std::string locks;
   if (fstat(fd, &device) != 0 || File_Read("/proc/locks", locks) != 0) return false;
