@@ -56,19 +56,6 @@ int TransferPair(int fd, std::uint32_t address, std::uint8_t low, std::uint8_t h
   return Transfer(fd, std::array{std::uint8_t{0}, HighByte(address + 1), high});
 }
 
-int WriteBytes(int fd, std::uint32_t address, std::span<const std::uint8_t> bytes) {
-  SelectChip(fd, address, 0);
-  while (!bytes.empty()) {
-    const std::size_t step = bytes.size() > 1 ? 2 : 1;
-    const int result = step == 2 ? TransferPair(fd, address, bytes[0], bytes[1])
-                                 : TransferByte(fd, address, bytes[0]);
-    if (result != 0) return -1;
-    address += static_cast<std::uint32_t>(step);
-    bytes = bytes.subspan(step);
-  }
-  return 0;
-}
-
 // A read that fails leaves the buffer, and thus the low address byte, as it is.
 std::uint8_t ReadByte(int fd, std::uint32_t address) {
   std::array buffer{LowByte(address), HighByte(address)};
@@ -101,7 +88,7 @@ int EEprom_Close(int fd) {
 }
 
 int EEprom_WriteByte(int fd, std::uint32_t address, std::uint8_t value) {
-  return WriteBytes(fd, address, {&value, 1});
+  return EEprom_WriteRaw(fd, address, {&value, 1});
 }
 
 int EEprom_WriteWord(int fd, std::uint32_t address, std::uint32_t value, ByteOrder order) {
@@ -113,7 +100,16 @@ int EEprom_WriteDword(int fd, std::uint32_t address, std::uint32_t value, ByteOr
 }
 
 int EEprom_WriteRaw(int fd, std::uint32_t address, std::span<const std::uint8_t> bytes) {
-  return WriteBytes(fd, address, bytes);
+  SelectChip(fd, address, 0);
+  while (!bytes.empty()) {
+    const std::size_t step = bytes.size() > 1 ? 2 : 1;
+    const int result = step == 2 ? TransferPair(fd, address, bytes[0], bytes[1])
+                                 : TransferByte(fd, address, bytes[0]);
+    if (result != 0) return -1;
+    address += static_cast<std::uint32_t>(step);
+    bytes = bytes.subspan(step);
+  }
+  return 0;
 }
 
 int EEprom_WriteValue(int fd, std::uint32_t address, std::uint32_t value, int count,
@@ -121,7 +117,7 @@ int EEprom_WriteValue(int fd, std::uint32_t address, std::uint32_t value, int co
   std::array bytes = LowByteFirst(value);
   const auto stored = std::span(bytes).first(static_cast<std::size_t>(std::clamp(count, 0, 4)));
   if (order == ByteOrder::big_endian) std::reverse(stored.begin(), stored.end());
-  return WriteBytes(fd, address, stored);
+  return EEprom_WriteRaw(fd, address, stored);
 }
 
 int EEprom_SelectByteWidth(int fd) { return I2c_Request(fd, I2C_REQUEST_DATA_WIDTH, 0); }

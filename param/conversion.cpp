@@ -20,31 +20,15 @@ const SectionRules* FindSectionRules(SectionType type) {
   return nullptr;
 }
 
-bool Contains(KindSet kinds, FieldKind kind) {
-  switch (kind) {
-    case MAP_TEXT:
-      return kinds.text;
-    case MAP_U16:
-      return kinds.u16;
-    case MAP_S16:
-      return kinds.s16;
-    case MAP_WORD32:
-      return kinds.word32;
-    case MAP_BYTE:
-      return false;  // flags and enumerations always have a rule
-  }
-  return false;
-}
-
 void StoreByKind(const SectionRules& section, const Conversion& conversion, FieldKind kind) {
-  if (!Contains(section.to_section, kind)) return;
+  if ((section.to_section & KindBit(kind)) == 0) return;
   if (kind == MAP_TEXT) return Text_ToSection(conversion);
   Field_SetNumber(conversion.field,
                   static_cast<std::uint32_t>(section.number(Slot_Text(conversion.slots[0]))));
 }
 
 void RestoreByKind(const SectionRules& section, const Conversion& conversion, FieldKind kind) {
-  if (!Contains(section.to_config, kind)) return;
+  if ((section.to_config & KindBit(kind)) == 0) return;
   if (kind == MAP_TEXT) return Text_ToConfig(conversion);
   const std::int64_t number = kind == MAP_U16 ? std::int64_t{Field_Number(conversion.field)}
                                               : std::int64_t{Field_Signed(conversion.field)};

@@ -100,29 +100,29 @@ void NetworkScheduled_ToConfig(const Conversion& conversion) {
   RestoreScheduled(conversion, Sibling(conversion, PlaceOf(SrexRecord, "srex_rec_continuous")));
 }
 
-// A location is "host:/export" or "//host/share".
+// A location is "host:/export" or "//host/share". What a text lacks of it leaves its field alone.
+struct Location {
+  std::optional<std::string_view> address, path;
+};
+Location ParseLocation(std::string_view text) {
+  const std::size_t colon = text.find(':');
+  if (colon != std::string_view::npos) return {text.substr(0, colon), text.substr(colon + 1)};
+  const std::size_t slashes = text.find("//");
+  if (slashes == std::string_view::npos) return {};
+  text.remove_prefix(slashes + 2);
+  const std::size_t share = text.find('/');
+  if (share == std::string_view::npos) return {text, std::nullopt};
+  return {text.substr(0, share), text.substr(share)};
+}
+
 void Address_ToSection(const Conversion& conversion) {
-  const std::string_view location = Slot_Text(conversion.slots[0]);
-  const std::size_t colon = location.find(':');
-  const std::size_t slashes = location.find("//");
-  if (colon != std::string_view::npos) {
-    Field_SetText(conversion.field, location.substr(0, colon));
-  } else if (slashes != std::string_view::npos) {
-    const std::string_view host = location.substr(slashes + 2);
-    Field_SetText(conversion.field, host.substr(0, host.find('/')));
-  }
+  const auto address = ParseLocation(Slot_Text(conversion.slots[0])).address;
+  if (address) Field_SetText(conversion.field, *address);
 }
 
 void Path_ToSection(const Conversion& conversion) {
-  const std::string_view location = Slot_Text(conversion.slots[0]);
-  const std::size_t colon = location.find(':');
-  const std::size_t slashes = location.find("//");
-  if (colon != std::string_view::npos) {
-    Field_SetText(conversion.field, location.substr(colon + 1));
-  } else if (slashes != std::string_view::npos) {
-    const std::size_t share = location.find('/', slashes + 2);
-    if (share != std::string_view::npos) Field_SetText(conversion.field, location.substr(share));
-  }
+  const auto path = ParseLocation(Slot_Text(conversion.slots[0])).path;
+  if (path) Field_SetText(conversion.field, *path);
 }
 
 // Address and path both restore the whole location.

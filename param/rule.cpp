@@ -57,12 +57,8 @@ void Constant_ToSection(const Conversion& conversion) {
 
 std::int32_t Field_Signed(std::span<const std::uint8_t> field) {
   const std::uint32_t value = Field_Number(field);
-  switch (field.size()) {
-    case 2:
-      return static_cast<std::int16_t>(static_cast<std::uint16_t>(value));
-    default:
-      return static_cast<std::int32_t>(value);  // a byte stands for 0 to 255
-  }
+  if (field.size() == 2) return static_cast<std::int16_t>(static_cast<std::uint16_t>(value));
+  return static_cast<std::int32_t>(value);  // a byte stands for 0 to 255
 }
 
 std::span<std::uint8_t> Sibling(const Conversion& conversion, FieldPlace place) {

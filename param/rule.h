@@ -55,13 +55,14 @@ struct FieldRule {
   std::string_view owner = {};  // for the recording rules
 };
 
-// The kinds that a section type converts without a rule.
-struct KindSet {
-  bool text = false;    // MAP_TEXT
-  bool u16 = false;     // MAP_U16
-  bool s16 = false;     // MAP_S16
-  bool word32 = false;  // MAP_WORD32
-};
+// The kinds that a section type converts without a rule, a bit each. Flags and enumerations, bytes,
+// always have a rule.
+using KindSet = unsigned;
+constexpr KindSet KindBit(FieldKind kind) { return 1U << static_cast<unsigned>(kind); }
+inline constexpr KindSet no_kinds = 0;
+inline constexpr KindSet text_and_u16 = KindBit(MAP_TEXT) | KindBit(MAP_U16);
+inline constexpr KindSet text_and_16_bit = text_and_u16 | KindBit(MAP_S16);
+inline constexpr KindSet all_kinds = text_and_16_bit | KindBit(MAP_WORD32);
 
 struct SectionRules {
   SectionType type;                      // whose fields they are about
@@ -70,11 +71,6 @@ struct SectionRules {
   KindSet to_config;                     // and on the way back
   int (*number)(std::string_view text);  // how a number without a rule is read
 };
-
-inline constexpr KindSet no_kinds = {};
-inline constexpr KindSet text_and_u16 = {.text = true, .u16 = true};
-inline constexpr KindSet text_and_16_bit = {.text = true, .u16 = true, .s16 = true};
-inline constexpr KindSet all_kinds = {.text = true, .u16 = true, .s16 = true, .word32 = true};
 
 // Converters that more than one section type uses.
 void Enum_ToSection(const Conversion& conversion);

@@ -8,7 +8,7 @@
 inline constexpr std::array lvln_extensions = {
     Extension{"refocus_method", "ImageSource.I0.LensControl.Smart.Method"},
 };
-inline constexpr auto LvlnRecord = WithExtensions<8>(
+inline constexpr auto LvlnRecord = WithExtensions<8, lvln_extensions>(
     std::array{
         Field{"lvln_autofc_en", byte_field, "Properties.Lens.Type"},
         Field{"lvln_focus",     s16_field,  "ImageSource.I0.LensControl.FocusPos"},
@@ -18,12 +18,12 @@ inline constexpr auto LvlnRecord = WithExtensions<8>(
         Field{"lvln_ir_speed",  s16_field,  "PTZ.Speed.IrisSpeed"},
         Field{"lvln_zoom",      s16_field,  "ImageSource.I0.LensControl.ZoomPos"},
         Field{"lvln_zm_speed",  s16_field,  "PTZ.Speed.ZoomSpeed"}},
-    "lvln_pname_", "lvln_pvalue_", lvln_extensions);
+    "lvln_pname_", "lvln_pvalue_");
 
 inline constexpr std::array lvad_extensions = {
     Extension{"lvad_mode", "Audio.AudioSource.A0.AudioMode"},
 };
-inline constexpr auto LvadRecord = WithExtensions<8>(
+inline constexpr auto LvadRecord = WithExtensions<8, lvad_extensions>(
     std::array{
         Field{"lvad_encoding", byte_field, "Audio.AudioSource.A0.AudioEncoding"},
         Field{"lvad_sampling", u16_field,  "Audio.AudioSource.A0.AMR.AudioCodecBitRate"},
@@ -32,7 +32,7 @@ inline constexpr auto LvadRecord = WithExtensions<8>(
         Field{"lvad_ingain",   s16_field,  "Audio.AudioSource.A0.AudioInputGain"},
         Field{"lvad_outsink",  byte_field, "Properties.Audio.OutputType"},
         Field{"lvad_outgain",  s16_field,  "Audio.AudioSource.A0.AudioOutputGain"}},
-    "lvad_pname_", "lvad_pvalue_", lvad_extensions);
+    "lvad_pname_", "lvad_pvalue_");
 
 inline constexpr std::array lvdn_extensions = {
     Extension{"smartir",   "ImageSource.I0.SmartIR"},
@@ -40,7 +40,7 @@ inline constexpr std::array lvdn_extensions = {
     Extension{"ir_angle",  "ImageSource.I0.IR.Level2"},
     Extension{"night_sch", "ImageSource.I0.IR.ScheduleIdx"},
 };
-inline constexpr auto LvdnRecord = WithExtensions<8>(
+inline constexpr auto LvdnRecord = WithExtensions<8, lvdn_extensions>(
     std::array{
         Field{"lvdn_autodn_en", byte_field, "ImageSource.I0.IR.ICRType"},
         Field{"lvdn_daynight",  byte_field, "ImageSource.I0.IR.ICRType"},
@@ -48,15 +48,12 @@ inline constexpr auto LvdnRecord = WithExtensions<8>(
         Field{"lvdn_ir_thmin",  s16_field,  "ImageSource.I0.IR.LowTh"},
         Field{"lvdn_ir_thmax",  s16_field,  "ImageSource.I0.IR.HighTh"},
         Field{"lvdn_irled",     byte_field, "ImageSource.I0.IR.Type"}},
-    "lvdn_ir_pname_", "lvdn_ir_pvalue_", lvdn_extensions);
+    "lvdn_ir_pname_", "lvdn_ir_pvalue_");
 // clang-format on
 
 static_assert(IsSound<FaultOf(LvlnRecord, "lvln_")>() && PayloadSize(LvlnRecord) == 654);
 static_assert(IsSound<FaultOf(LvadRecord, "lvad_")>() && PayloadSize(LvadRecord) == 651);
 static_assert(IsSound<FaultOf(LvdnRecord, "lvdn_")>() && PayloadSize(LvdnRecord) == 649);
-static_assert(IsSound<FaultOf(lvln_extensions)>());
-static_assert(IsSound<FaultOf(lvad_extensions)>());
-static_assert(IsSound<FaultOf(lvdn_extensions)>());
 
 inline constexpr auto EEprom_WriteLvln = EEprom_WriteFields<LvlnRecord>;
 inline constexpr auto EEprom_WriteLvad = EEprom_WriteFields<LvadRecord>;

@@ -67,18 +67,27 @@ struct Extension {
   std::string_view paths;  // as in Field
 };
 
+consteval Finding FaultOf(std::span<const Extension> extensions) {
+  for (const auto& [name, paths] : extensions) {
+    if (name.size() > longest_name) return {name, "the name is too long"};
+    if (name.empty() || paths.empty()) return {name, "a name without a path, or the reverse"};
+    if (std::ranges::count(extensions, name, &Extension::name) > 1) return {name, "a name twice"};
+  }
+  return {};
+}
+
 // The fields; behind them `count` of 16 bytes for the names of extensions, which a rule fills in,
 // and as many of 64 bytes for their values. What is not given stays empty.
-template <std::size_t count, std::size_t size, std::size_t given>
+template <std::size_t count, const auto& extensions, std::size_t size>
 consteval auto WithExtensions(const std::array<Field, size>& fields, const char* names,
-                              const char* values, const std::array<Extension, given>& extensions) {
-  static_assert(given <= count);
+                              const char* values) {
+  static_assert(IsSound<FaultOf(extensions)>() && extensions.size() <= count);
   std::array<Field, size + 2 * count> all{};
   auto* name = std::ranges::copy(fields, all.begin()).out;
   for (unsigned i = 0; i < count; ++i, ++name) {
     name[0] = {{names, i + 1}, TextField(16)};
     name[count] = {{values, i + 1}, TextField(64)};
-    if (i < given) name[count].paths = extensions[i].paths;
+    if (i < extensions.size()) name[count].paths = extensions[i].paths;
   }
   return all;
 }
@@ -116,18 +125,9 @@ consteval FieldPlace PlaceOf(std::span<const Field> fields, FieldKey key) {
 
 // Numbers of their kind's size, and texts in pieces of 4 bytes: what the writer relies on.
 consteval bool IsStorable(FieldFormat format) {
-  switch (format.kind) {
-    case MAP_TEXT:
-      return format.size % 4 == 0 && format.size > 0;
-    case MAP_BYTE:
-      return format.size == 1;
-    case MAP_U16:
-    case MAP_S16:
-      return format.size == 2;
-    case MAP_WORD32:
-      return format.size == 4;
-  }
-  return false;
+  if (format.kind == MAP_TEXT) return format.size % 4 == 0 && format.size > 0;
+  if (format.kind == MAP_BYTE) return format.size == 1;
+  return format.size == (format.kind == MAP_WORD32 ? 4 : 2);
 }
 
 // Whether a path of a comma-separated list is empty or stands twice.
@@ -166,15 +166,6 @@ consteval Finding FaultOf(std::span<const Field> fields, std::string_view prefix
     if (!fault.empty()) return {field.key.text, fault, field.key.number};
     const bool is_first = &fields[FieldIndex(fields, field.key)] == &field;
     if (!is_first) return {field.key.text, "the key stands twice", field.key.number};
-  }
-  return {};
-}
-
-consteval Finding FaultOf(std::span<const Extension> extensions) {
-  for (const auto& [name, paths] : extensions) {
-    if (name.size() > longest_name) return {name, "the name is too long"};
-    if (name.empty() || paths.empty()) return {name, "a name without a path, or the reverse"};
-    if (std::ranges::count(extensions, name, &Extension::name) > 1) return {name, "a name twice"};
   }
   return {};
 }

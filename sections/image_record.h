@@ -23,7 +23,7 @@ inline constexpr std::array lvim_extensions = {
     Extension{"denoise2d",      "ImageSource.I0.Sensor.DeNoise.Mode,"
                                 "ImageSource.I0.Sensor.DeNoise.ScheduleIdx"},
 };
-inline constexpr auto LvimRecord = WithExtensions<16>(
+inline constexpr auto LvimRecord = WithExtensions<16, lvim_extensions>(
     std::array{
         Field{"lvim_flip",            byte_field,    "ImageSource.I0.Sensor.Flip,"
                                                      "ImageSource.I0.Sensor.Mirror"},
@@ -56,11 +56,10 @@ inline constexpr auto LvimRecord = WithExtensions<16>(
         Field{"lvim_autodn_en",       byte_field,    "ImageSource.I0.Sensor.DeNoise.Mode"},
         Field{"lvim_denoise",         s16_field,     "ImageSource.I0.Sensor.DeNoise.Mode,"
                                                      "ImageSource.I0.Sensor.DeNoise.DeNoiseY"}},
-    "lvim_dn_pname_", "lvim_dn_pvalue_", lvim_extensions);
+    "lvim_dn_pname_", "lvim_dn_pvalue_");
 // clang-format on
 
 static_assert(IsSound<FaultOf(LvimRecord, "lvim_")>() && PayloadSize(LvimRecord) == 1442);
-static_assert(IsSound<FaultOf(lvim_extensions)>());
 
 inline constexpr auto EEprom_WriteLvim = EEprom_WriteFields<LvimRecord>;
 inline constexpr auto EEprom_ReadLvim = EEprom_ReadFields<LvimRecord>;

@@ -12,7 +12,7 @@ inline constexpr std::array srin_extensions = {
     Extension{"rec_sch",      "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.Schedule"},
     Extension{"rec_name",     "Event.Scheduled.S0.Name"},
 };
-inline constexpr auto SrinRecord = WithExtensions<8>(
+inline constexpr auto SrinRecord = WithExtensions<8, srin_extensions>(
     std::array{
         Field{"srin_sdcard_en",           byte_field,    "Event.MemoryCard.Enabled"},
         Field{"srin_rec_continuous",      byte_field,    "Event.Scheduled.S0.ServerType,"
@@ -24,7 +24,7 @@ inline constexpr auto SrinRecord = WithExtensions<8>(
         Field{"srin_rec_videoprofile",    TextField(32), "ImageSource.RecordIndex"},
         Field{"srin_rec_snapshotprofile", TextField(32), "ImageSource.SnapshotIndex"},
         Field{"srin_maxdays",             u16_field}},
-    "srin_pname_", "srin_pvalue_", srin_extensions);
+    "srin_pname_", "srin_pvalue_");
 
 inline constexpr std::array srex_extensions = {
     Extension{"rec_filesize", "Event.Scheduled.S0.ServerType,Event.Scheduled.S0.FileSize"},
@@ -33,7 +33,7 @@ inline constexpr std::array srex_extensions = {
     Extension{"server_name",  "Event.Server.S%d.Name"},
     Extension{"rec_name",     "Event.Scheduled.S0.Name"},
 };
-inline constexpr auto SrexRecord = WithExtensions<8>(
+inline constexpr auto SrexRecord = WithExtensions<8, srex_extensions>(
     std::array{
         Field{"srex_rec_en",              byte_field,     "Event.Server.S%d.Type"},
         Field{"srex_server_type",         byte_field,     "Event.Server.S%d.Protocol"},
@@ -58,13 +58,11 @@ inline constexpr auto SrexRecord = WithExtensions<8>(
         Field{"srex_rec_snapshotprofile", TextField(32),  "ImageSource.SnapshotIndex"},
         Field{"srex_maxdays",             u16_field},
         Field{"srex_maxsize",             word32_field,   "Event.Server.S%d.CyclicSize"}},
-    "srex_pname_", "srex_pvalue_", srex_extensions);
+    "srex_pname_", "srex_pvalue_");
 // clang-format on
 
 static_assert(IsSound<FaultOf(SrinRecord, "srin_")>() && PayloadSize(SrinRecord) == 714);
 static_assert(IsSound<FaultOf(SrexRecord, "srex_")>() && PayloadSize(SrexRecord) == 1113);
-static_assert(IsSound<FaultOf(srin_extensions)>());
-static_assert(IsSound<FaultOf(srex_extensions)>());
 
 inline constexpr auto EEprom_WriteSrin = EEprom_WriteFields<SrinRecord>;
 inline constexpr auto EEprom_WriteSrex = EEprom_WriteFields<SrexRecord>;

@@ -48,7 +48,7 @@ inline constexpr std::array ssnt_extensions = {
     Extension{"nat_https_port", "General.Network.UPnP.NATTraversal.HTTPSPort"},
     Extension{"nat_rtsp_port",  "General.Network.UPnP.NATTraversal.RTSPPort"},
 };
-inline constexpr auto SsntRecord = WithExtensions<8>(
+inline constexpr auto SsntRecord = WithExtensions<8, ssnt_extensions>(
     std::array{
         Field{"ssnt_dhcp_en",    byte_field,    "General.Network.eth0.BootProto"},
         Field{"ssnt_addr",       TextField(32), "General.Network.eth0.IPAddress"},
@@ -59,7 +59,7 @@ inline constexpr auto SsntRecord = WithExtensions<8>(
         Field{"ssnt_dns_addr_2", TextField(32), "General.Network.eth0.DNSServer2"},
         Field{"ssnt_http_port",  u16_field,     "General.System.HTTPPort"},
         Field{"ssnt_rtsp_port",  u16_field,     "General.Network.RTSP.Port"}},
-    "ssnt_pname_", "ssnt_pvalue_", ssnt_extensions);
+    "ssnt_pname_", "ssnt_pvalue_");
 // clang-format on
 
 static_assert(IsSound<FaultOf(IdentificationRecord, "")>());
@@ -67,7 +67,6 @@ static_assert(PayloadSize(IdentificationRecord) == 36);
 static_assert(IsSound<FaultOf(SsdtRecord, "ssdt_")>() && PayloadSize(SsdtRecord) == 194);
 static_assert(IsSound<FaultOf(SsscRecord, "sssc_")>() && PayloadSize(SsscRecord) == 325);
 static_assert(IsSound<FaultOf(SsntRecord, "ssnt_")>() && PayloadSize(SsntRecord) == 806);
-static_assert(IsSound<FaultOf(ssnt_extensions)>());
 
 inline constexpr FieldPlace identification_id = PlaceOf(IdentificationRecord, "id");
 inline constexpr FieldPlace identification_time = PlaceOf(IdentificationRecord, "time");
