@@ -177,6 +177,8 @@ TEST(LibcfgFile, SavesItsOwnChangesOnly) {
     EXPECT_EQ(result, file.Save()) << expected;
     EXPECT_EQ(expected, folder.Read("device.conf"));
     EXPECT_EQ(result, file.Save()) << "and again: " << expected;
+    const auto mode = std::filesystem::status(file.path).permissions();
+    EXPECT_TRUE(!theirs.empty() || mode == std::filesystem::perms(0644)) << "a new file's";
   }
 }
 

@@ -160,7 +160,7 @@ Texts Restore(SectionRecord& record, const Row& row) {
 }
 
 TEST(Conversion, FollowsItsFieldsRule) {
-  EXPECT_EQ(136U, cases.size());
+  EXPECT_EQ(137U, cases.size());
   for (const Case& each : cases) {
     SCOPED_TRACE(each.key + " | " + each.values[0] + " | " + each.stored);
     const Row& row = Find(each.key);
@@ -184,8 +184,12 @@ TEST(Conversion, FollowsItsFieldsRule) {
   }
 }
 
-TEST(Conversion, IsRefusedForAnUnknownType) {
-  SectionRecord record;
+TEST(Conversion, NeedsAKnownTypeAndTheWholeField) {
+  const Row& port = Find("ssnt_http_port");
+  SectionRecord record = NewRecord(port.type);
+  record.data.resize(port.offset + 1);
+  EXPECT_EQ(Texts(max_row_paths), Restore(record, port));
+  record.type = SectionType::none;
   ValueSlots slots{};
   EXPECT_EQ("No support section type 0\n", OutputOf([&] {
               EXPECT_EQ(-1, Param_ConfigToSection(slots, "ssdt_format", record, 0, byte_field));
