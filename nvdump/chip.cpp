@@ -1,21 +1,24 @@
 // SPDX-License-Identifier: MIT
-#include "nvdump/chip.h"
-
+// Reads the chip on the I/O board.
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "eeprom/i2c_eeprom.h"
-#include "nvdump/lock.h"
-#include "nvdump/options.h"
-#include "nvdump/output.h"
+#include "nvdump/source.h"
 #include "nvdump/text.h"
+#include "platform/file.h"
 #include "platform/host.h"
 #include "platform/i2c_bus.h"
+#include "sections/chain.h"
 #include "sections/section.h"
 
 namespace {
@@ -24,177 +27,121 @@ constexpr std::size_t largest_chip = 0x10000;  // its addresses have 16 bits
 // A chip is silent for 10 ms after each write, and a daemon that writes a long text leaves little
 // time in between.
 constexpr unsigned patience_ms = 500;
-// A daemon writes two bytes in a write cycle and what the bus takes.
-constexpr unsigned write_us_per_byte = I2C_WRITE_CYCLE_US * 6 / 10;
-constexpr std::size_t longest_field = 256;
 
-// The device behind the bus, and what of it is already in memory.
-struct Reading {
-  const I2cAdapter* device = nullptr;
-  std::vector<std::uint8_t> bytes;
-  std::vector<bool> known = std::vector<bool>(largest_chip);
-  std::size_t count = 0;          // of the bytes read
-  std::size_t silent = SIZE_MAX;  // the first address that gave no answer
-  int error = 0;                  // and why
-  std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
-};
-Reading reading;
+const I2cAdapter* device;  // behind the one that asks again
+std::string device_name;
+std::string fault;  // of the first byte that gave no answer
+std::size_t bytes_read;
+std::chrono::steady_clock::time_point begin;
 
-void ShowProgress() {
-  constexpr std::size_t step = 256;
-  if (++reading.count % step != 0 || isatty(STDERR_FILENO) == 0) return;
-  if (std::chrono::steady_clock::now() - reading.begin < std::chrono::seconds(1)) return;
-  (void)std::fprintf(stderr, "\r%zu bytes read", reading.count);
+bool TakesLong() {
+  return isatty(STDERR_FILENO) != 0 &&
+         std::chrono::steady_clock::now() - begin > std::chrono::seconds(1);
 }
 
-void EndProgress() {
-  const bool was_shown = std::chrono::steady_clock::now() - reading.begin > std::chrono::seconds(1);
-  if (was_shown && isatty(STDERR_FILENO) != 0) (void)std::fputs("\r\x1B[K", stderr);
-}
+const char* Reason() { return errno == ENOTTY ? "no I2C bus" : std::strerror(errno); }
 
 // Asks the chip until it answers, or until it would have long ago.
-ssize_t AskChip(int fd, std::span<std::uint8_t> buffer) {
-  for (unsigned attempt = 0; attempt < patience_ms; ++attempt) {
+ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
+  for (unsigned attempt = 1; fault.empty(); ++attempt) {
     std::array transfer{buffer[0], buffer[1]};
-    if (reading.device->read(fd, transfer) > 0) {
+    if (device->read(fd, transfer) > 0) {
       buffer[0] = transfer[0];
+      const bool is_step = ++bytes_read % 256 == 0;
+      if (is_step && TakesLong()) (void)std::fprintf(stderr, "\r%zu bytes read", bytes_read);
       return static_cast<ssize_t>(buffer.size());
     }
-    reading.error = errno;
+    if (errno == ENOTTY || attempt == patience_ms) {
+      fault = Format("address %04x stays silent: ", I2c_RegisterAddress(buffer)) + Reason();
+    }
     Host_SleepMicroseconds(1000);
   }
   return -1;
 }
 
-ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
-  const std::size_t address = I2c_FlatAddress(buffer);
-  if (address >= largest_chip || reading.silent != SIZE_MAX) return -1;
-  if (!reading.known[address]) {
-    if (AskChip(fd, buffer) < 0) {
-      reading.silent = address;
-      return -1;
-    }
-    if (reading.bytes.size() <= address) reading.bytes.resize(address + 1, 0xFF);
-    reading.bytes[address] = buffer[0];
-    reading.known[address] = true;
-    ShowProgress();
-  }
-  buffer[0] = reading.bytes[address];
-  return static_cast<ssize_t>(buffer.size());
-}
-
 int Request(int fd, unsigned long request, unsigned long argument) {
-  (void)I2c_Select(fd, request, argument);
-  return reading.device->request(fd, request, argument);
+  return device->request(fd, request, argument);
 }
 
 ssize_t NeverWrite(int /*fd*/, std::span<const std::uint8_t> /*buffer*/) { return -1; }
 
-constexpr I2cAdapter reader = {.name = "reader",
-                               .claims = nullptr,
-                               .request = Request,
-                               .write = NeverWrite,
-                               .read = Read,
-                               .wait = nullptr};
+constexpr I2cAdapter reader = {"reader", nullptr, Request, NeverWrite, Read, nullptr};
 
-void CheckSilence() {
-  if (reading.silent == SIZE_MAX) return;
-  throw Failure(
-      Format("read: address %04zx stays silent: %s", reading.silent, std::strerror(reading.error)));
-}
-
-struct Range {
-  std::uint32_t address;
-  std::size_t size;
-};
-
-// The chain's headers and fields, which come into memory on the way.
-std::vector<Range> ReadChain(int fd) {
-  std::vector<Range> ranges;
+// Where the chain ends, by its headers. What does not begin like an image is looked at no further
+// than it takes to see whether it is a damaged one.
+std::size_t EndOfChain(int fd) {
+  std::size_t end = 0;
   ChainWalk walk;
   SectionRecord record;
+  EEprom_ReadHeader(fd, record);
+  if (record.type != SectionType::identification) {
+    record.address = Section_FieldAddress(0, PayloadSize(Map_At(0).fields));
+    EEprom_ReadHeader(fd, record);
+    return record.type == Map_At(1).type ? EEPROM_IMAGE_SIZE : SECTION_HEADER_SIZE;
+  }
   do {
-    record = SectionRecord();
     record.address = walk.address;
-    const bool is_readable = EEprom_ReadSection(fd, record) == 0;
-    CheckSilence();
-    ranges.push_back({record.address, SECTION_HEADER_SIZE});
-    std::size_t offset = 0;
-    for (const Field& field : Map_At(walk.position).fields) {
-      if (!is_readable || offset + field.format.size > record.data.size()) break;
-      ranges.push_back({Section_FieldAddress(record.address, offset), field.format.size});
-      offset += field.format.size;
-    }
+    EEprom_ReadHeader(fd, record);
+    const std::size_t size = SECTION_HEADER_SIZE + Section_PayloadSize(record.type);
+    end = std::min(std::max(end, walk.address + size), largest_chip);
   } while (Chain_Advance(walk, record.next_address) == ChainStep::next &&
-           walk.position < chain_sections);
-  return ranges;
+           walk.position < chain_sections && walk.address < largest_chip);
+  return end;
 }
 
-std::vector<std::uint8_t> ReadRange(int fd, Range range) {
-  std::vector<std::uint8_t> bytes(range.size);
-  EEprom_ReadBytes(fd, range.address, bytes);
-  CheckSilence();
+std::vector<std::uint8_t> ReadOnce(int fd) {
+  (void)EEprom_SelectByteWidth(fd);
+  std::vector<std::uint8_t> bytes(EndOfChain(fd));
+  EEprom_ReadBytes(fd, 0, bytes);
+  if (TakesLong()) (void)std::fputs("\r\x1B[K", stderr);
+  if (!fault.empty()) throw Failure(device_name + ": " + fault);
   return bytes;
 }
 
-void Forget(Range range) {
-  const std::size_t end = std::min<std::size_t>(range.address + range.size, largest_chip);
-  for (std::size_t at = range.address; at < end; ++at) reading.known[at] = false;
-}
-
-// Half of a value may have been there and half of another one. What reads the same twice, further
-// apart than a daemon takes to write it, is a value. Returns whether it is the one that was there
-// before.
-bool ReadUntilTrue(int fd, Range range) {
-  constexpr int most_attempts = 100;
-  auto before = ReadRange(fd, range);  // from memory, of the pass before
-  for (int attempt = 0; attempt < most_attempts; ++attempt) {
-    Forget(range);
-    const auto now = ReadRange(fd, range);
-    if (now == before) return attempt == 0;
-    before = now;
-    Host_SleepMicroseconds((static_cast<unsigned>(range.size) + 4) * write_us_per_byte);
+// Whether anybody holds the device's lock, as a running daemon does. A lock that is taken to find
+// out, however short, keeps a daemon that starts in that moment from its device.
+bool IsLocked(int fd) {
+  struct stat status {};
+  std::string locks;
+  if (fstat(fd, &status) != 0 || File_Read("/proc/locks", locks) != 0) return false;
+  // "1: FLOCK  ADVISORY  WRITE 4711 00:05:123 0 EOF"
+  const std::string file = Format(" %02x:%02x:", major(status.st_dev), minor(status.st_dev)) +
+                           std::to_string(status.st_ino) + " ";
+  for (std::size_t at = 0; (at = locks.find(file, at)) != std::string::npos; ++at) {
+    const std::size_t line = locks.rfind('\n', at) + 1;  // 0 in the first line
+    if (locks.substr(line, at - line).find("FLOCK") != std::string::npos) return true;
   }
-  throw Failure(Format("read: address %04x changes faster than it can be read", range.address));
-}
-
-// Reads again until nothing has changed meanwhile, so that values of several fields are whole, too.
-void ReadBesideDaemon(int fd) {
-  constexpr int most_passes = 3;
-  const std::vector<Range> ranges = ReadChain(fd);
-  for (int pass = 0; pass < most_passes; ++pass) {
-    bool is_still = true;
-    Host_SleepMicroseconds(longest_field * write_us_per_byte);
-    for (const Range range : ranges) is_still = ReadUntilTrue(fd, range) && is_still;
-    if (is_still) return;
-  }
-  Say("a daemon keeps writing: each field is whole, but a parameter of several may be half old");
+  return false;
 }
 
 // Whether a daemon has the device. Throws Failure when that leaves nothing to be read.
 bool IsShared(int fd, bool anyway) {
-  if (!Device_IsLocked(fd)) return false;
-  if (reading.device != &i2c_vendor_adapter || anyway) return true;
-  I2c_Close(fd);
-  throw Failure("a daemon is using it, and its driver would mix up both; stop nvd, or --anyway");
+  if (!IsLocked(fd)) return false;
+  if (device != &i2c_vendor_adapter || anyway) return true;
+  throw Failure(device_name +
+                ": in use by a daemon, and its driver would mix up both; stop nvd, or --anyway");
 }
 
 }  // namespace
 
-void Chip_Read(const std::string& device, bool anyway, Image& image) {
-  const int fd = I2c_OpenToRead(device.c_str());
-  if (fd < 0) throw Failure(std::string("open: ") + std::strerror(errno));
+void Chip_Read(bool anyway, Image& image) {
+  constexpr int most_readings = 10;
+  const int fd = I2c_OpenToRead(image.name.c_str());
+  if (fd < 0) throw Failure(image.name + ": " + Reason());
   image.adapter = I2c_AdapterName();
-  reading = Reading();
-  reading.device = I2c_UseAdapter(&reader);
-  bool is_shared = IsShared(fd, anyway);
-  if (!is_shared) {
-    (void)ReadChain(fd);
-    is_shared = IsShared(fd, anyway);  // one may have been started meanwhile
-    if (is_shared) Forget({0, largest_chip});
+  device = I2c_UseAdapter(&reader);
+  device_name = image.name;
+  fault.clear();
+  begin = std::chrono::steady_clock::now();
+  (void)IsShared(fd, anyway);
+  image.bytes = ReadOnce(fd);
+  // Beside a daemon, which may be started meanwhile, what reads the same twice is whole.
+  for (int readings = 2; IsShared(fd, anyway); ++readings) {
+    const std::vector<std::uint8_t> before = std::exchange(image.bytes, ReadOnce(fd));
+    if (image.bytes == before) break;
+    if (readings < most_readings) continue;
+    Say(image.name + ": keeps changing, a value may be half old and half new");
+    break;
   }
-  if (is_shared) ReadBesideDaemon(fd);
-  EndProgress();
   I2c_Close(fd);
-  image.bytes = reading.bytes;
 }

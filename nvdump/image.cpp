@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "nvdump/image.h"
 
-#include <fnmatch.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -9,147 +8,149 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <set>
 
-#include "config/store.h"
 #include "eeprom/i2c_eeprom.h"
 #include "eeprom/identification.h"
 #include "nvdump/options.h"
 #include "nvdump/text.h"
 #include "param/conversion.h"
 #include "platform/i2c_bus.h"
+#include "sections/chain.h"
 #include "sections/section.h"
 #include "sections/system_records.h"
 
 namespace {
 
+constexpr std::array<std::array<const char*, 2>, chain_sections> section_titles = {{
+    {"id", "identification"},
+    {"ssdt", "date and time"},
+    {"sssc", "users"},
+    {"ssnt", "network"},
+    {"lvim", "image"},
+    {"lvln", "lens"},
+    {"lvad", "audio"},
+    {"lvdn", "day/night and infrared"},
+    {"stpf0", "stream profile I0"},
+    {"stpf1", "stream profile I1"},
+    {"stpf2", "stream profile I2"},
+    {"stpf3", "stream profile I3"},
+    {"srin", "recording to the memory card"},
+    {"srex", "recording to network storage"},
+}};
+
+bool IsErased(std::span<const std::uint8_t> bytes) {
+  return std::ranges::all_of(bytes, [](auto byte) { return byte == 0xFF; });
+}
+
+// Whether a section lies where it belongs, or the first one is still blank: a fill writes it last.
+bool HasSection(std::span<const std::uint8_t> bytes) {
+  SectionRecord record;
+  for (const SectionMap& map : std::span(section_maps).first(chain_sections)) {
+    EEprom_ReadHeader(eeprom_handle, record);
+    if (record.type == map.type) return true;
+    record.address = Section_FieldAddress(record.address, PayloadSize(map.fields));
+  }
+  return IsErased(bytes.first(std::min<std::size_t>(bytes.size(), SECTION_HEADER_SIZE)));
+}
+
 ImageState StateOf(const Image& image) {
   if (Nv_IsMftBoard(eeprom_handle)) return ImageState::test_board;
   // Of no product in particular: whatever is not empty is filled.
   if (Nv_CheckIdentification(eeprom_handle, {}) != identification_empty) return ImageState::filled;
-  const bool is_erased = std::ranges::all_of(image.bytes, [](auto byte) { return byte == 0xFF; });
-  return is_erased ? ImageState::blank : ImageState::unfinished;
+  if (IsErased(image.bytes)) return ImageState::blank;
+  if (HasSection(image.bytes)) return ImageState::unfinished;
+  throw Failure(image.name + ": no image: no section is where one belongs");
 }
 
-struct Place {
-  std::size_t begin;
-  std::size_t end;
-};
+void ReadSections(Image& image) {
+  ChainWalk walk;
+  ChainStep step = ChainStep::next;
+  while (step == ChainStep::next && walk.position < chain_sections &&
+         walk.address < image.bytes.size()) {
+    auto& [position, record, is_readable] = image.sections.emplace_back();
+    position = walk.position;
+    record.address = walk.address;
+    is_readable = EEprom_ReadSection(eeprom_handle, record) == 0 &&
+                  Section_FieldAddress(walk.address, record.data.size()) <= image.bytes.size();
+    if (!is_readable) (void)EEprom_WriteByte(eeprom_handle, walk.address, 0xFF);
+    step = Chain_Advance(walk, record.next_address);
+  }
+}
 
-// Where the passwords are in an image whose sections lie in their places.
-std::vector<Place> SecretPlaces() {
-  std::vector<Place> places;
-  for (std::size_t position = 0; position < chain_sections; ++position) {
-    std::size_t at = SectionAddress_At(position) + SECTION_HEADER_SIZE;
-    for (const Field& field : Map_At(position).fields) {
-      if (field.format.is_secret) places.push_back({at, at + field.format.size});
+void AddRanges(Image& image) {
+  const std::size_t size = image.bytes.size();
+  for (const StoredSection& section : image.sections) {
+    std::size_t at = section.record.address, offset = 0;
+    const std::size_t payload = at + SECTION_HEADER_SIZE;
+    image.ranges.push_back({at, std::min(payload, size) - at, &section});
+    for (const Field& field : Map_At(section.position).fields) {
+      const std::size_t end = offset + field.format.size;
+      if (!section.is_readable || end > section.record.data.size()) break;
+      image.ranges.push_back({payload + offset, field.format.size, &section, &field, offset});
+      offset = end;
+    }
+  }
+  std::vector<bool> is_known(size + 1);
+  for (const Range& range : image.ranges) {
+    std::fill_n(is_known.begin() + static_cast<std::ptrdiff_t>(range.address), range.size, true);
+  }
+  is_known[size] = true;
+  for (std::size_t from = 0, at = 0; at <= size; ++at) {
+    if (!is_known[at]) continue;
+    if (at > from) image.ranges.push_back({from, at - from});
+    from = at + 1;
+  }
+}
+
+// Hides the passwords where they belong, what lies in a section that is not the one that belongs
+// there, and what no section describes, which may be left of a password unless it is uniform.
+void HideSecrets(Image& image) {
+  const auto hide = [&image](std::size_t from, std::size_t size) {
+    const std::size_t end = std::min(from + size, image.bytes.size());
+    for (std::size_t i = from; i < end; ++i) image.secret[i] = true;
+  };
+  std::size_t at = 0;
+  for (const SectionMap& map : section_maps) {
+    at += SECTION_HEADER_SIZE;
+    for (const Field& field : map.fields) {
+      if (field.format.is_secret) hide(at, field.format.size);
       at += field.format.size;
     }
   }
-  return places;
-}
-
-bool IsSecretPlace(std::size_t address, std::size_t size) {
-  static const std::vector<Place> places = SecretPlaces();
-  return std::ranges::any_of(places, [=](const Place& place) {
-    return place.begin < address + size && address < place.end;
-  });
-}
-
-// As far as the table has sections and one more, which shows that the chain goes on; what lies
-// outside of the bytes is no section.
-void ReadSections(Image& image) {
-  ChainWalk walk;
-  do {
-    StoredSection section;
-    section.position = walk.position;
-    section.record.address = walk.address;
-    section.is_secret = IsSecretPlace(walk.address, SECTION_HEADER_SIZE);
-    section.is_readable = EEprom_ReadSection(eeprom_handle, section.record) == 0;
-    image.sections.push_back(std::move(section));
-    image.end = Chain_Advance(walk, image.sections.back().record.next_address);
-  } while (image.end == ChainStep::next && walk.position <= chain_sections &&
-           walk.address < image.bytes.size());
-}
-
-void AddFields(const StoredSection& section, std::vector<StoredField>& fields) {
-  std::size_t offset = 0;
-  for (const Field& field : Map_At(section.position).fields) {
-    const std::size_t end = offset + field.format.size;
-    if (end > section.record.data.size()) return;
-    const std::uint32_t address = Section_FieldAddress(section.record.address, offset);
-    // What lies where another section belongs may be anything.
-    const bool is_secret = field.format.is_secret ||
-                           section.record.type != Map_At(section.position).type ||
-                           IsSecretPlace(address, field.format.size);
-    fields.push_back({&section, &field, offset, address, is_secret});
-    offset = end;
+  for (const auto& [address, size, section, field, offset] : image.ranges) {
+    const auto bytes = std::span(image.bytes).subspan(address, size);
+    const bool is_uniform = std::ranges::count(bytes, bytes[0]) == std::ssize(bytes);
+    const bool is_stray =
+        section != nullptr && section->record.type != Map_At(section->position).type;
+    const bool is_secret = section == nullptr
+                               ? !is_uniform
+                               : field != nullptr && (is_stray || field->format.is_secret);
+    if (is_secret) hide(address, size);
   }
-}
-
-// A later row overwrites what an earlier one has put, unless it has nothing to put.
-void AddParameter(std::vector<StoredParameter>& parameters, std::string_view path,
-                  std::string_view value, const StoredField& stored) {
-  auto known = std::ranges::find(parameters, path, &StoredParameter::path);
-  if (known == parameters.end()) {
-    const bool is_secret = stored.is_secret || IsSecretPath(path);
-    parameters.push_back({std::string(path), {}, stored, is_secret});
-    known = parameters.end() - 1;
-  }
-  if (value.empty()) return;
-  known->value = value;
-  known->source = stored;
-  known->is_secret = known->is_secret || stored.is_secret;
 }
 
 }  // namespace
 
-std::span<const std::uint8_t> Field_Bytes(const StoredField& stored) {
-  return Section_Field(stored.section->record, stored.offset, stored.field->format.size);
-}
-
-PathText Paths_Text(const StoredField& stored) {
-  return Map_Paths(Map_At(stored.section->position), *stored.field);
-}
-
-std::string Key_Text(const StoredField& stored) {
-  const auto rows = Map_Rows(Map_At(stored.section->position));
-  const bool has_row = stored.section->position == 0 || stored.field < rows.data() + rows.size();
-  return has_row ? Key_Text(stored.field->key) : std::string();
-}
-
-std::string Key_Text(const FieldKey& key) {
-  return std::string(key.text) + (key.number > 0 ? std::to_string(key.number) : "");
-}
-
-const char* State_Name(ImageState state) {
-  constexpr std::array names = {"blank", "factory-test set-up", "cut short", "filled"};
-  return names.at(static_cast<std::size_t>(state));
-}
-
-ValueSlots Field_Values(const StoredField& stored) {
-  ValueSlots slots{};
-  SectionRecord record = stored.section->record;  // a conversion may mend the field
-  const Field& field = *stored.field;
-  (void)Param_SectionToConfig(record, slots, field.key, stored.offset, field.format);
-  return slots;
-}
-
-void Image_Fit(const Image& image) {
+void Image_Fit(std::span<const std::uint8_t> bytes) {
   static const int memory = memfd_create("image", MFD_CLOEXEC);
   const bool is_written =
-      ftruncate(memory, 0) == 0 && pwrite(memory, image.bytes.data(), image.bytes.size(), 0) ==
-                                       static_cast<ssize_t>(image.bytes.size());
+      ftruncate(memory, 0) == 0 &&
+      pwrite(memory, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size());
   if (!is_written) throw Failure(std::string("memory for an image: ") + std::strerror(errno));
   eeprom_handle = memory;
   (void)I2c_UseAdapter(&i2c_image_adapter);
 }
 
-void Image_Parse(Image& image) {
-  Image_Fit(image);
+void Image_Parse(Image& image, bool secrets) {
+  Image_Fit(image.bytes);
+  image.secret.assign(image.bytes.size(), false);
   image.state = StateOf(image);
-  if (image.state == ImageState::blank || image.state == ImageState::test_board) return;
-  ReadSections(image);
-  if (image.state != ImageState::filled) return;
+  const bool is_filled = image.state == ImageState::filled;
+  if (is_filled || image.state == ImageState::unfinished) ReadSections(image);
+  AddRanges(image);
+  if (!secrets) HideSecrets(image);
+  if (!is_filled) return;
   const SectionRecord& record = image.sections[0].record;
   const auto [id_offset, id_size] = identification_id;
   const auto [time_offset, time_size] = identification_time;
@@ -157,84 +158,76 @@ void Image_Parse(Image& image) {
   image.time = Field_Number(Section_Field(record, time_offset, time_size));
 }
 
-std::vector<std::uint8_t> Image_Bytes(const Image& image, std::size_t address, std::size_t size) {
-  std::vector<std::uint8_t> bytes(size, 0xFF);
-  if (address >= image.bytes.size()) return bytes;
-  std::copy_n(image.bytes.begin() + static_cast<std::ptrdiff_t>(address),
-              std::min(size, image.bytes.size() - address), bytes.begin());
-  return bytes;
+std::size_t Image_Count(const Image& image) {
+  const auto count = std::ranges::count(image.sections, true, &StoredSection::is_readable);
+  return static_cast<std::size_t>(count);
 }
 
-std::vector<StoredField> Image_Fields(const Image& image) {
-  std::vector<StoredField> fields;
-  for (const StoredSection& section : image.sections) {
-    if (section.is_readable) AddFields(section, fields);
-  }
-  return fields;
-}
-
-std::vector<StoredParameter> Image_Parameters(const Image& image) {
-  std::vector<StoredParameter> parameters;
-  for (const StoredField& stored : Image_Fields(image)) {
-    const PathText row_paths = Paths_Text(stored);
-    const RowPaths paths = Map_SplitPaths(row_paths.data());
-    if (paths.count == 0) continue;
-    const ValueSlots slots = Field_Values(stored);
-    for (std::size_t i = 0; i < paths.count; ++i) {
-      AddParameter(parameters, paths.path[i], Slot_Text(slots[i]), stored);
+bool Image_SayWhatIsMissing(const Image& image) {
+  if (image.state == ImageState::blank || image.state == ImageState::test_board) return false;
+  std::set<std::string> all, stored;
+  std::string sections;
+  for (std::size_t position = 0; position < chain_sections; ++position) {
+    const bool is_there = position < image.sections.size();
+    if (!is_there || !image.sections[position].is_readable) {
+      sections += std::string(" ") + Section_Name(position);
+    }
+    for (const Field& field : Map_At(position).fields) {
+      for (const std::string& path : Field_Paths(position, field)) all.insert(path);
     }
   }
-  return parameters;
-}
-
-bool IsPath(std::string_view table_path, const std::string& path) {
-  if (table_path == path) return true;
-  int index = 0;
-  if (table_path.find("%d") == std::string_view::npos) return false;
-  return Text_ScanInts(path, table_path, &index) == 1 &&
-         path == Nv_FormatPath(table_path, index).data();
-}
-
-bool FitsPattern(const std::string& table_path, const std::string& pattern) {
-  constexpr int most_instances = 100;  // that a pattern is tried on
-  if (fnmatch(pattern.c_str(), table_path.c_str(), 0) == 0 || IsPath(table_path, pattern)) {
-    return true;
+  for (const auto& [address, size, section, field, offset] : image.ranges) {
+    if (field == nullptr) continue;
+    for (const std::string& path : Field_Paths(section->position, *field)) stored.insert(path);
   }
-  if (table_path.find("%d") == std::string::npos) return false;
-  for (int index = 0; index < most_instances; ++index) {
-    const PathText path = Nv_FormatPath(table_path, index);
-    if (fnmatch(pattern.c_str(), path.data(), 0) == 0) return true;
-  }
-  return false;
+  if (sections.empty() && all == stored) return false;
+  Say(image.name + ": can't be read:" + sections +
+      Format("; %zu parameters are missing", all.size() - stored.size()));
+  return true;
 }
 
-bool IsSecretPath(std::string_view path) {
-  const std::string text(path);
-  return std::ranges::any_of(section_maps, [&text](const SectionMap& map) {
-    return std::ranges::any_of(map.fields, [&](const Field& field) {
-      return field.format.is_secret && IsPath(Map_Paths(map, field).data(), text);
-    });
-  });
+bool Image_Hides(const Image& image, const Range& range) {
+  const auto begin = image.secret.begin() + static_cast<std::ptrdiff_t>(range.address);
+  const auto end = begin + static_cast<std::ptrdiff_t>(range.size);
+  return std::find(begin, end, true) != end;
 }
 
-std::string SectionName_At(std::size_t position) {
-  if (position >= chain_sections) return Format("#%zu", position);
-  const SectionMap& map = Map_At(position);
-  const std::string_view key = map.fields[0].key.text;
-  std::string name(key.substr(0, key.find('_')));
-  if (map.digit != '\0') name += map.digit;
-  return name;
+const char* State_Name(ImageState state) {
+  constexpr std::array names = {"blank", "factory-test set-up", "cut short", "filled"};
+  return names.at(static_cast<std::size_t>(state));
 }
+
+std::span<const std::uint8_t> Field_Bytes(const Range& range) {
+  return Section_Field(range.section->record, range.offset, range.size);
+}
+
+ValueSlots Field_Values(const Range& range) {
+  ValueSlots slots{};
+  SectionRecord record = range.section->record;  // a conversion may mend the field
+  const Field& field = *range.field;
+  (void)Param_SectionToConfig(record, slots, field.key, range.offset, field.format);
+  return slots;
+}
+
+std::string Field_Key(const Range& range) {
+  const auto& [text, number] = range.field->key;
+  const std::size_t position = range.section->position;
+  const std::size_t rows = Map_Rows(Map_At(position)).size();
+  const bool has_row = range.field < Map_At(position).fields.data() + rows;
+  if (position > 0 && !has_row) return {};
+  return std::string(text) + (number > 0 ? std::to_string(number) : "");
+}
+
+std::vector<std::string> Field_Paths(std::size_t position, const Field& field) {
+  const PathText text = Map_Paths(Map_At(position), field);
+  const RowPaths paths = Map_SplitPaths(text.data());
+  return {paths.path.begin(), paths.path.begin() + paths.count};
+}
+
+const char* Section_Name(std::size_t position) { return section_titles.at(position)[0]; }
+const char* Section_Content(std::size_t position) { return section_titles.at(position)[1]; }
 
 bool IsSection(const std::string& name, std::string_view wanted) {
   const std::size_t without_number = name.find_last_not_of("0123456789") + 1;
   return wanted.empty() || name == wanted || name.substr(0, without_number) == wanted;
-}
-
-std::uint32_t SectionAddress_At(std::size_t position) {
-  std::size_t address = 0;
-  for (std::size_t i = 0; i < position; ++i) {
-    address += SECTION_HEADER_SIZE + PayloadSize(Map_At(i).fields);
-  }
-  return static_cast<std::uint32_t>(address);
 }

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "param/section_map.h"
-#include "sections/chain.h"
 #include "sections/section_record.h"
 
 enum class ImageState : std::uint8_t { blank, test_board, unfinished, filled };
@@ -14,8 +13,16 @@ enum class ImageState : std::uint8_t { blank, test_board, unfinished, filled };
 struct StoredSection {
   std::size_t position = 0;  // in the chain
   SectionRecord record;      // as the daemon reads it
-  bool is_readable = false;  // else the daemon passes it over
-  bool is_secret = false;    // its header's bytes are part of a password
+  bool is_readable = false;  // else the daemon passes it over, or the bytes end in it
+};
+
+// A header, a field of a section that can be read, or what lies between.
+struct Range {
+  std::size_t address;
+  std::size_t size;
+  const StoredSection* section = nullptr;  // null: none describes it
+  const Field* field = nullptr;            // null: no field
+  std::size_t offset = 0;                  // of a field, in the payload
 };
 
 struct Image {
@@ -23,70 +30,47 @@ struct Image {
   std::string adapter;              // what it was read through
   std::vector<std::uint8_t> bytes;  // 0xFF behind them
   ImageState state = ImageState::blank;
-  std::vector<StoredSection> sections;  // in chain order, one behind the table's last at the most
-  ChainStep end = ChainStep::end;       // how the chain ends
+  std::vector<StoredSection> sections;  // in chain order, as far as the table has sections
+  std::vector<Range> ranges;            // in chain order, then those that no section describes
+  std::vector<bool> secret;             // of each byte: it is part of a password, or may be
   std::string product;                  // of a filled image
   std::uint32_t time = 0;               // seconds since 1970, of a filled image
 };
 
-// A field of a section that the daemon reads.
-struct StoredField {
-  const StoredSection* section;
-  const Field* field;
-  std::size_t offset;     // in the payload
-  std::uint32_t address;  // in the EEPROM
-  bool is_secret;
-};
+// Puts bytes on the bus, where the daemon's functions find them. Throws Failure.
+void Image_Fit(std::span<const std::uint8_t> bytes);
 
-// A configuration parameter with what a restore hands over for it; "%d" in its path stands for the
-// network storage's index.
-struct StoredParameter {
-  std::string path;
-  std::string value;   // empty: none
-  StoredField source;  // of the value, or the first one that could have one
-  bool is_secret;
-};
+// Finds out what the bytes are and, unless `secrets` are to be shown, which of them are secret.
+// Leaves them on the bus, but no section that is not whole. Throws Failure when they are no image.
+void Image_Parse(Image& image, bool secrets);
 
-// Its bytes in memory's order: numbers low byte first.
-std::span<const std::uint8_t> Field_Bytes(const StoredField& stored);
+// How many sections can be read.
+std::size_t Image_Count(const Image& image);
 
-// Its key; empty when the table has no row for it. Its paths, separated by ",".
-std::string Key_Text(const StoredField& stored);
-std::string Key_Text(const FieldKey& key);
-PathText Paths_Text(const StoredField& stored);
+// Names on standard error the sections that can't be read, and how many parameters are missing.
+// Returns whether there are any.
+bool Image_SayWhatIsMissing(const Image& image);
 
-// The values that a restore hands over for its paths.
-ValueSlots Field_Values(const StoredField& stored);
+// Whether a byte of a range is secret.
+bool Image_Hides(const Image& image, const Range& range);
 
 const char* State_Name(ImageState state);
 
-// Finds out what the bytes are.
-void Image_Parse(Image& image);
+// The bytes of a field in memory's order: numbers low byte first.
+std::span<const std::uint8_t> Field_Bytes(const Range& range);
 
-// Puts the image on the bus, where the daemon's functions find it.
-void Image_Fit(const Image& image);
+// The values that a restore hands over for the paths of a field.
+ValueSlots Field_Values(const Range& range);
 
-// What stands at an address, 0xFF behind the image's end.
-std::vector<std::uint8_t> Image_Bytes(const Image& image, std::size_t address, std::size_t size);
+// The key of a field; empty when the table has no row for it.
+std::string Field_Key(const Range& range);
 
-// All in chain order; a parameter where its first field is.
-std::vector<StoredField> Image_Fields(const Image& image);
-std::vector<StoredParameter> Image_Parameters(const Image& image);
+// The paths of a field's parameters in the section at a position of the chain.
+std::vector<std::string> Field_Paths(std::size_t position, const Field& field);
 
-// Whether a configuration parameter holds a password.
-bool IsSecretPath(std::string_view path);
-
-// Whether a path of the table, with its "%d", is that parameter.
-bool IsPath(std::string_view table_path, const std::string& path);
-
-// Whether a shell pattern fits a path of the table, with any number for its "%d".
-bool FitsPattern(const std::string& table_path, const std::string& pattern);
-
-// "ssnt", "stpf0"; a number for what lies behind the table.
-std::string SectionName_At(std::size_t position);
-
-// Where the section of a position lies in an image.
-std::uint32_t SectionAddress_At(std::size_t position);
+// What people call the section at a position of the chain ("ssnt"), and what it is about.
+const char* Section_Name(std::size_t position);
+const char* Section_Content(std::size_t position);
 
 // Whether a section's name is the wanted one, or one of the numbered ones that share it ("stpf");
 // every name is for an empty one.

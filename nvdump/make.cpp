@@ -9,29 +9,46 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 
-#include "nvdump/apply.h"
-#include "nvdump/options.h"
-#include "nvdump/output.h"
+#include "config/store.h"
 #include "nvdump/source.h"
+#include "nvdump/start.h"
 #include "nvdump/text.h"
 #include "platform/file.h"
 #include "platform/host.h"
 
 namespace {
 
-void CheckOutput(const Options& options) {
-  if (options.output.empty()) throw Failure("where to? -o FILE");
+bool IsSameFile(const struct stat& output, const std::string& input) {
   struct stat status {};
-  if (stat(options.output.c_str(), &status) != 0) return;
-  if (!S_ISREG(status.st_mode)) throw Failure(options.output + " is no regular file");
-  if (!options.force) throw Failure(options.output + " exists; --force replaces it");
+  return stat(input == "-" ? "/dev/stdin" : input.c_str(), &status) == 0 &&
+         status.st_dev == output.st_dev && status.st_ino == output.st_ino;
+}
+
+// Refuses an output that would destroy something, what is read from first of all.
+void CheckOutput(const Options& options, const std::vector<std::string>& inputs, bool is_text) {
+  const std::string& name = options.output;
+  if (name.empty()) throw Failure("where to? -o FILE");
+  struct stat status {};
+  const bool is_standard_output = name == "-";
+  if (is_standard_output && !is_text && isatty(STDOUT_FILENO) != 0) {
+    throw Failure("-o -: a terminal is no place for an image");
+  }
+  if (is_standard_output || stat(name.c_str(), &status) != 0) return;
+  if (!S_ISREG(status.st_mode)) throw Failure(name + " is no regular file");
+  for (const std::string& input : inputs) {
+    if (IsSameFile(status, input)) throw Failure(name + " is what is read from");
+  }
+  if (!options.force) throw Failure(name + " exists; --force replaces it");
 }
 
 // A new file holds passwords, so it is its owner's only; one that is there keeps its mode.
-void Write(const Options& options, const std::string& content) {
+void Write(const Options& options, std::string content, std::string& out) {
   const char* path = options.output.c_str();
+  if (options.output == "-") {
+    out = std::move(content);
+    return;
+  }
   const int fd = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
   if (fd >= 0) (void)close(fd);
   const bool may_replace = fd >= 0 || (options.force && errno == EEXIST);
@@ -52,85 +69,81 @@ std::uint32_t BuildTime(const Options& options) {
   throw Failure("SOURCE_DATE_EPOCH is no number of seconds");
 }
 
-// What the image makes of the configuration's parameters, where it is something else.
-std::vector<std::string> LossesOf(const Image& image, const Options& options) {
-  std::map<std::string, std::string> values;
-  for (const auto& [path, value] : Config_Parameters()) values.emplace(path, value);
-  std::vector<std::string> losses;
-  for (const auto& [table_path, stored, source, is_secret] : Image_Parameters(image)) {
-    const std::string path = Nv_FormatPath(table_path, NsIndex).data();
-    if (path != table_path && NsIndex < 0) continue;  // a camera without network storage
-    const auto value = values.find(path);
-    const bool is_shown = options.secrets || !is_secret;
-    if (value == values.end()) {
-      losses.push_back(path + ": not in the configuration");
-    } else if (!value->second.empty() && value->second != stored) {
-      const std::string before = Quoted(value->second, is_shown);
-      const std::string after = stored.empty() ? "" : " as " + Quoted(stored, is_shown);
-      losses.push_back(Format("%s: %s %s%s", path.c_str(), before.c_str(),
-                              stored.empty() ? "does not come back" : "comes back", after.c_str()));
-    }
+// Names what the configuration lacks, and what a restore from the image would not bring back. What
+// does not come back beside another value is no loss. Returns whether there is any.
+bool SayLosses(const Options& options, const Image& image) {
+  std::size_t losses = 0;
+  const Json values = Config_Values();
+  for (const Json& row : Parameter_Rows(image)) {
+    const std::string path = Nv_FormatPath(row["path"].get<std::string>(), NsIndex).data();
+    // A camera without network storage has none of its parameters.
+    if (values.contains(path) || (path != row["path"] && NsIndex < 0)) continue;
+    Say(path + ": not in the configuration");
+    ++losses;
   }
-  return losses;
-}
-
-std::string ChangeText(const ParameterChange& change, bool shows_secrets) {
-  const auto& [path, before, after, remark] = change;
-  if (!shows_secrets && IsSecretPath(path)) return path + "=changed\n";
-  std::string text = Painted(Colour::cyan, path) + "=";
-  text += before ? Painted(Colour::red, Escaped(*before)) : "(none)";
-  text += " -> " + Painted(Colour::green, Escaped(after));
-  return text + (remark != nullptr ? std::string(" (") + remark + ")" : "") + "\n";
+  const Json rows = Start_Restore(image, options.templates);
+  for (const Json& row : rows) {
+    Say(Change_Text(Row_Shown(row)));
+    if (!row.contains("beside")) ++losses;
+  }
+  if (losses == 0 && rows.empty()) Say("every value comes back as it is");
+  return losses > 0;
 }
 
 }  // namespace
 
-int Build(const Options& options, std::string& /*out*/) {
-  CheckOutput(options);
+int Build(const Options& options, std::string& out) {
   const std::string& name = options.operands[0];
+  CheckOutput(options, {name}, false);
   const WorkingCopy config(name, Source_Read(name));
   if (product_number[0] == '\0') {
     throw Failure(name + ": no product number (General.Brand.ProdNbr)");
   }
-  Image image = Source_Build(BuildTime(options));
-  Image_Parse(image);
-  const std::vector<std::string> losses = LossesOf(image, options);
-  for (const std::string& loss : losses) Say(Escaped(loss));
-  if (options.strict && !losses.empty()) throw Failure("not built: --strict");
+  Image image = Start_Fill(BuildTime(options));
+  Image_Parse(image, options.secrets);
+  if (SayLosses(options, image) && options.strict) throw Failure("not built: --strict");
   if (options.size > 0 && options.size < image.bytes.size()) {
     throw Failure(Format("the image has %zu bytes", image.bytes.size()));
   }
   image.bytes.resize(std::max(options.size, image.bytes.size()), 0xFF);
-  Write(options, {image.bytes.begin(), image.bytes.end()});
+  Write(options, {image.bytes.begin(), image.bytes.end()}, out);
   return exit_fine;
 }
 
 int Extract(const Options& options, std::string& out) {
+  const std::string& name = options.operands[0];
   if (options.config.empty()) throw Failure("into which configuration? --config BASE");
-  if (!options.output.empty()) CheckOutput(options);
-  const Image image = Source_Open(options, options.operands);
+  if (!options.output.empty()) CheckOutput(options, {options.config, name, options.device}, true);
+  const Image image = Source_Open(options, name);
   const WorkingCopy copy(options.config, Source_Read(options.config));
   if (image.state != ImageState::filled) {
     Say(image.name + ": " + State_Name(image.state) + ": a start takes nothing from it");
     return exit_finds;
   }
-  if (Image_IsForeign(image)) {
+  const bool is_damaged = Image_SayWhatIsMissing(image);
+  if (Start_IsForeign()) {
     Say(options.config + " is taken as just reset: the image is of another product");
   }
-  if (options.output.empty()) {
-    const std::vector<ParameterChange> changes = Apply(image, options.templates);
-    for (const ParameterChange& change : changes) out += ChangeText(change, options.secrets);
-    return changes.empty() ? exit_fine : exit_finds;
+  bool changes = false;
+  std::string lines;
+  for (const Json& row : Start_Restore(image, options.templates)) {
+    if (row["new"].is_null()) continue;
+    lines += Change_Text(Row_Shown(row)) + "\n";
+    changes = changes || !row.contains("why");
   }
-  (void)Apply(image, options.templates);
-  Write(options, Source_Read(copy.path));
-  return exit_fine;
+  if (!changes) Say("nothing would change");
+  if (options.output.empty()) {
+    out = lines;
+    return is_damaged || !lines.empty() ? exit_finds : exit_fine;
+  }
+  Write(options, Source_Read(copy.path), out);
+  return is_damaged ? exit_finds : exit_fine;
 }
 
-int Dump(const Options& options, std::string& /*out*/) {
-  CheckOutput(options);
-  const Image image = Source_Open(options, options.operands);
-  Write(options, {image.bytes.begin(), image.bytes.end()});
+int Dump(const Options& options, std::string& out) {
+  CheckOutput(options, {options.operands[0], options.device}, false);
+  const Image image = Source_Open(options, options.operands[0]);
+  Write(options, {image.bytes.begin(), image.bytes.end()}, out);
   if (image.state == ImageState::filled) Say(options.output + " holds the passwords as they are");
   return exit_fine;
 }

@@ -7,25 +7,21 @@
 #include <string>
 #include <vector>
 
-#include "config/list_instances.h"
-
-inline constexpr const char* default_device = "/dev/i2c-1";
-
 struct Options {
-  const char* command = nullptr;
-  std::vector<std::string> operands;
-  std::string device = default_device;
-  std::string source;   // of "get", which has no other place for it
-  std::string section;  // show this one only
+  std::string command;
+  std::vector<std::string> operands;  // an optional first one that is not given is empty
+  std::string device;                 // where no source is named; empty: there is none
+  std::string source;                 // of "get", which has no other place for it
+  std::string section;                // show this one only
   std::string config;
-  std::string templates = template_folder;
+  std::string templates = "/opt/template";
   std::string output;
   std::size_t time = SIZE_MAX;   // that an image tells; SIZE_MAX: the present one
   std::size_t size = 0;          // of the image; 0: as long as it is
   std::size_t from = 0;          // show the bytes from here on
   std::size_t count = SIZE_MAX;  // and so many of them
   bool all = false, anyway = false, force = false, hex = false, is_long = false, json = false;
-  bool markdown = false, secrets = false, strict = false;
+  bool secrets = false, strict = false;
 };
 
 // What was asked for can't be done; the text says why.
@@ -34,7 +30,7 @@ struct Failure : std::runtime_error {
 };
 
 inline constexpr int exit_fine = 0;   // also: equal, found
-inline constexpr int exit_finds = 1;  // differences, findings, not stored
+inline constexpr int exit_finds = 1;  // differences, findings, not stored, not readable
 inline constexpr int exit_fails = 2;
 
 // The commands. Each appends its output to `out` and returns the exit status, or throws Failure.

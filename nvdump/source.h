@@ -5,34 +5,25 @@
 #include "nvdump/image.h"
 #include "nvdump/options.h"
 
-// Opens the image that a name stands for: a file with the chip's bytes, "-" for standard input, a
-// configuration file, a device; the empty name is the options' device. Throws Failure.
-Image Source_Open(const Options& options, const std::string& name);
-
-// The same for a command's only operand, or none.
-Image Source_Open(const Options& options, const std::vector<std::string>& operands);
+// Opens the image that an operand stands for: a file with the chip's bytes, "-" for standard input,
+// a configuration, a device; the empty one is the options' device. Throws Failure.
+Image Source_Open(const Options& options, const std::string& operand);
 
 // Whether an operand that may be something else names a source.
 bool Source_IsName(const std::string& operand);
 
-// A copy of a configuration in a folder of its own, which is the camera's own to the daemon's
-// functions: they read it, change it and save it there.
-struct WorkingCopy {
-  std::string folder;
-  std::string path;
+// Looks at each operand's image, and goes on behind one that can't be read.
+// Returns the worst status.
+using Look = int (*)(const Options& options, const Image& image, std::string& out);
+int Source_ForEach(const Options& options, Look look, std::string& out);
 
-  // From the content of what people know by `name`. Throws Failure.
-  WorkingCopy(const std::string& name, const std::string& content);
-  ~WorkingCopy();
-  WorkingCopy(const WorkingCopy&) = delete;
-  WorkingCopy& operator=(const WorkingCopy&) = delete;
+// Reads a file, or for "-" standard input, no further than an image or a configuration goes. Throws
+// Failure.
+std::string Source_Read(const std::string& name);
 
- private:
-  WorkingCopy();
-};
-
-// The image that the daemon would write for the working copy into a blank EEPROM.
-Image Source_Build(std::uint32_t time);
-
-// Reads a whole file, or for "-" standard input, which is there once. Throws Failure.
-std::string Source_Read(const std::string& path);
+// Reads the bytes of the device of an image's name into it, as far as its chain of sections goes,
+// and never writes. A daemon may be using it: a chip in its write cycle is asked again, and
+// everything is read again until it is the same twice. With the camera's own adapter driver, which
+// has one selection for everybody, it throws Failure while a daemon has the device, unless
+// `anyway`. It also throws when an address stays silent.
+void Chip_Read(bool anyway, Image& image);

@@ -50,16 +50,17 @@ std::string Hex(std::span<const std::uint8_t> bytes) {
   return digits;
 }
 
-std::string HexRuns(std::span<const std::uint8_t> bytes) {
-  constexpr std::ptrdiff_t shortest_run = 4;
+std::string HexRuns(std::string_view hex) {
+  constexpr std::size_t shortest_run = 4;
   std::string text;
-  for (auto at = bytes.begin(); at != bytes.end();) {
-    const std::uint8_t value = *at;
-    const auto end = std::find_if(at, bytes.end(), [value](auto byte) { return byte != value; });
-    const std::ptrdiff_t run = end - at >= shortest_run ? end - at : 1;
-    if (!text.empty()) text += ' ';
-    text += run > 1 ? Format("%02x*%td", value, run) : Format("%02x", value);
-    at += run;
+  while (!hex.empty()) {
+    const std::string_view byte = hex.substr(0, 2);
+    std::size_t run = 1;
+    while (hex.substr(2 * run, 2) == byte) ++run;
+    if (run < shortest_run) run = 1;
+    text += (text.empty() ? "" : " ") + std::string(byte);
+    if (run > 1) text += Format("*%zu", run);
+    hex.remove_prefix(2 * run);
   }
   return text;
 }
@@ -80,4 +81,9 @@ std::string Format(const char* format, ...) {
   (void)std::vsnprintf(text.data(), text.size(), format, arguments);
   va_end(arguments);
   return text.data();
+}
+
+// There is nobody to tell when that fails.
+void Say(std::string_view text) {
+  (void)std::fprintf(stderr, "nvdump: %s\n", Escaped(text).c_str());
 }

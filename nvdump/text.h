@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Texts and bytes as people and programs read them.
+// Texts and bytes as people read them.
 #pragma once
 
 #include <cstdint>
@@ -20,11 +20,14 @@ bool IsUtf8(std::string_view text);
 // "00000a"
 std::string Hex(std::span<const std::uint8_t> bytes);
 
-// "0a 00*4": a run of at least four equal bytes with its length.
-std::string HexRuns(std::span<const std::uint8_t> bytes);
+// The same with blanks, and a run of at least four equal bytes with its length: "0a 00*4".
+std::string HexRuns(std::string_view hex);
 
 // A time in seconds since 1970 as "2026-11-23 07:00:00 UTC".
 std::string Time_Text(std::uint32_t seconds);
 
-// printf(3) into a text.
+// printf(3) into a text of at most 1023 bytes.
 [[gnu::format(printf, 1, 2)]] std::string Format(const char* format, ...);
+
+// A line on standard error, escaped.
+void Say(std::string_view text);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Reading a chip that a daemon is writing: a bus behind ioctl, on which the chip is silent in its
 // write cycles and changes between two transfers.
-#include "nvdump/chip.h"
-
 #include <gtest/gtest.h>
 #include <linux/i2c.h>
 #include <sys/file.h>
@@ -12,8 +10,9 @@
 #include <cstdarg>
 #include <functional>
 
-#include "nvdump/options.h"
 #include "nvdump/source.h"
+#include "nvdump/start.h"
+#include "nvdump/text.h"
 #include "platform/i2c_bus.h"
 #include "tests/platform/temporary_folder.h"
 
@@ -38,7 +37,7 @@ struct Chip : testing::Test {
   Chip() {
     const std::string factory = CAMERA_FOLDER "/device.conf";
     const WorkingCopy config(factory, Source_Read(factory));
-    chip = Source_Build(0).bytes;
+    chip = Start_Fill(0).bytes;
     answers = [](std::size_t) { return true; };
     is_vendor = false;
   }
@@ -46,7 +45,8 @@ struct Chip : testing::Test {
 
   static Image Read(bool anyway = false) {
     Image image;
-    Chip_Read("/dev/full", anyway, image);
+    image.name = "/dev/full";
+    Chip_Read(anyway, image);
     return image;
   }
   static std::string FailureOf(const std::function<void()>& action) {
@@ -67,7 +67,7 @@ TEST_F(Chip, IsAskedAgainInItsWriteCycle) {
 
 TEST_F(Chip, ThatStaysSilentIsReported) {
   answers = [](std::size_t address) { return address != 0x246; };
-  EXPECT_EQ("read: address 0246 stays silent: No such device or address",
+  EXPECT_EQ("/dev/full: address 0246 stays silent: No such device or address",
             FailureOf([] { (void)Read(); }));
 }
 
@@ -79,7 +79,7 @@ TEST_F(Chip, GivesNoHalfOfAValueThatIsBeingWritten) {
     return true;
   };
   const Image image = Read();
-  EXPECT_EQ((std::vector<std::uint8_t>{0x1F, 0x90}), Image_Bytes(image, 753, 2));
+  EXPECT_EQ("1f90", Hex(std::span(image.bytes).subspan(753, 2)));
 }
 
 TEST_F(Chip, BehindADriverThatADaemonUsesIsLeftAlone) {

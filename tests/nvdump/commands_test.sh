@@ -4,7 +4,7 @@
 set -euo pipefail
 root=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../..
 
-usage() { echo 'usage: commands_test.sh BUILD [update]   (update: rewrites the golden JSON and the reference page)'; }
+usage() { echo 'usage: commands_test.sh BUILD [update]   (update: rewrites its golden files)'; }
 
 # shellcheck source=tools/common.sh
 . "$root/tools/common.sh"
@@ -37,9 +37,6 @@ damage() {
 
 nvdump build -o "$work/image" --time 1700000000 camera/device.conf
 
-if [[ ${2-} == update ]]; then nvdump map --markdown >docs/parameters.md; fi
-same 'reference page' "$(nvdump map --markdown)" "$(<docs/parameters.md)"
-
 json() {
   local command
   cd "$work"
@@ -51,8 +48,16 @@ json() {
   done
 }
 (json) >"$work/json"
-if [[ ${2-} == update ]]; then cp "$work/json" tests/golden/nvdump.json; fi
+(cd "$work" && nvdump map --json image) | awk '
+  $1 == "\"key\":" { key = $2 }
+  $1 == "\"texts\":" { print key }
+  /^ *"(any|-?[0-9]+)[^:]*$/' >"$work/enumerations"
+if [[ ${2-} == update ]]; then
+  cp "$work/json" tests/golden/nvdump.json
+  cp "$work/enumerations" tests/golden/enumerations.txt
+fi
 like_golden tests/golden/nvdump.json "$work/json" || faults=$((faults + 1))
+like_golden tests/golden/enumerations.txt "$work/enumerations" || faults=$((faults + 1))
 
 # The image as its description has it: how many sections, the last one's address and name, the size.
 read -r sections last last_name size < <(awk -F ' *[|] *' '
@@ -62,75 +67,115 @@ read -r sections last last_name size < <(awk -F ' *[|] *' '
 # --- what verify finds: the bytes that are changed, and the lines ---
 
 same 'factory image' "$sections sections, 0 findings" "$(nvdump verify "$work/image")"
+cases=0
 while IFS='|' read -r bytes expected; do
   # shellcheck disable=SC2086
   damage $bytes
-  same "verify $bytes" "$(tr '|' '\n' <<<"$expected")" "$(nvdump verify "$work/damaged" | sed '$d' || true)"
+  cases=$((cases + 1))
+  same "verify $bytes" "$(tr '|' '\n' <<<"$expected")" "$(nvdump verify "$work/damaged" </dev/null | sed '$d' || true)"
 done <<EOF_DAMAGES
 0:4d465400|0000: id header: the I/O board is in the factory's test set-up
 4:02|0000: id header: no finished identification: the next start fills the EEPROM anew
 39:ff|0000: id header: no finished identification: the next start fills the EEPROM anew
-39:41|0009: id id: 1 bytes other than zero behind the text
+39:41|0009: id id: 1 byte other than zero behind the text
 9:c3|0009: id id: no UTF-8
-45:0000004d|002d: ssdt header: unknown type 77
-45:00000003|002d: ssdt header: type 3 where 1 belongs
-49:02|002d: ssdt header: version 2
-50:00000246|002d: ssdt header: the chain ends at 002d: next address 0246 leads to type 3; $((sections - 2)) sections out of reach
-4834:00001d69|12dd: stpf0 header: next address 1d69 where 1823 belongs|27f5: stpf3 header: type 9 where 8 belongs|27f5: stpf3 header: the chain ends at 27f5: next address 2ac8 leads to type 10; $((sections - 12)) sections out of reach
-6179:ffffffffffffffffff|1823: stpf1 header: the chain ends at 1823: unknown type 4294967295; $((sections - 9)) sections out of reach
-6184:0000ffff|1823: stpf1 header: the chain ends at 1823: next address ffff leads out of the image; $((sections - 10)) sections out of reach
-6184:00000000|1823: stpf1 header: the chain ends at 1823: next address 0; $((sections - 10)) sections out of reach
-6184:0000002d|1823: stpf1 header: the chain ends at 1823: next address 002d leads back; $((sections - 10)) sections out of reach
-6184:00001830|1823: stpf1 header: the chain ends at 1823: next address 1830 leads to no section; $((sections - 10)) sections out of reach
-$((last + 5)):00000100|$(printf %04x "$last"): $last_name header: next address 0100 behind the last section
+45:0000004d|002d: ssdt header: type 0x4d where 0x1 belongs
+45:00000003|002d: ssdt header: type 0x3 where 0x1 belongs|002d: ssdt header: next address 00f8 where 035c belongs
+49:02|002d: ssdt header: version 2 where 1 belongs
+6179:ffffffffffffffffff|1823: stpf1 header: type 0xffffffff where 0x8 belongs|1823: stpf1 header: version 255 where 1 belongs|1823: stpf1 header: next address ffffffff where 1d69 belongs|1823: stpf1 header: the chain ends here, $((sections - 10)) sections are out of reach
+6184:0000ffff|1823: stpf1 header: next address ffff where 1d69 belongs|1823: stpf1 header: the chain ends here, $((sections - 10)) sections are out of reach
+6184:00000000|1823: stpf1 header: next address 0000 where 1d69 belongs|1823: stpf1 header: the chain ends here, $((sections - 10)) sections are out of reach
+6184:0000002d|1823: stpf1 header: next address 002d where 1d69 belongs|1823: stpf1 header: the chain ends here, $((sections - 10)) sections are out of reach
+$((last + 5)):00000100|$(printf %04x "$last"): $last_name header: next address 0100 where 0000 belongs
 54:4d|0036: ssdt ssdt_format: no rule knows the number 77
 578:03|0242: sssc sssc_group_2: no rule knows the number 3
 592:4141414141414141414141414141414141414141414141414141414141414141|0250: ssnt ssnt_addr: no terminator
 592:c341|0250: ssnt ssnt_addr: no UTF-8
-623:01|0250: ssnt ssnt_addr: 1 bytes other than zero behind the text
+623:01|0250: ssnt ssnt_addr: 1 byte other than zero behind the text
 757:49|02f5: ssnt ssnt_pname_1: "Ipv6_addr" where "ipv6_addr" belongs
 EOF_DAMAGES
+same 'damages' 19 "$cases"
+
+# --- what can't be read is said, and is not taken for values ---
+
+short() { head -c "$1" "$work/image" >"$work/damaged"; }
+cases=0
+while IFS='|' read -r how count said; do
+  $how
+  cases=$((cases + 1))
+  same "list after $how" "$count" "$(nvdump list "$work/damaged" </dev/null | wc -l)"
+  same "what list says after $how" "nvdump: $work/damaged: can't be read: $said" "$(<"$work/said")"
+  rm -f "$work/rest"
+  same "extract after $how" "1 nvdump: nothing would change" \
+    "$(status nvdump extract --config camera/device.conf -o "$work/rest" "$work/damaged") $(tail -n 1 "$work/said")"
+  same "sections after $how" "$(nvdump info "$work/damaged" | sed -n 's/^sections.//p')" \
+    "$(nvdump verify "$work/damaged" | sed -n 's/ sections, .*//p')"
+done <<'EOF_SHORT'
+damage 586:02|151|ssnt; 15 parameters are missing
+short 600|12|ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex; 158 parameters are missing
+short 100|0|ssdt sssc ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex; 170 parameters are missing
+EOF_SHORT
+same 'short images' 3 "$cases"
 
 # --- exit status, by command line ---
 
 cp camera/device.conf "$work/conf"
 : >"$work/blank"
+printf '<root><A>1</A></root>' >"$work/foreign"
+cases=0
 while IFS='|' read -r expected arguments; do
+  cases=$((cases + 1))
   # shellcheck disable=SC2086
-  same "status of $arguments" "$expected" "$(cd "$work" && status nvdump $arguments)"
+  same "status of $arguments" "$expected" "$(cd "$work" && eval "status nvdump $arguments" </dev/null)"
 done <<'EOF_STATUS'
 0|--help
 0|list --help
 0|info blank
+0|info blank image
 0|diff image conf
 0|get --source image General.System.HTTPPort
 0|verify --config conf image
 0|dump -o copy image
 0|dump -o copy --force image
-0|build -o padded --size 32768 conf
-0|list --device image General.*
+0|build -o padded --size 32768 --strict conf
+0|build -o - conf
+0|list --device image 'General.*'
 1|diff image blank
 1|get --source image General.System.HTTPPort no.such
-1|list image no.such General.*
-0|list image Event.Server.S1.*
+1|list image no.such 'General.*'
+0|list image 'Event.Server.S1.*'
 1|verify blank
+1|verify image blank
 1|extract --config conf blank
 2|
 2|frobnicate
-2|verify --config no/such blank
-2|diff - -
+2|verify --config no/such image
+2|diff - - <image
 2|info --strict image
 2|diff image
 2|info no/such
+2|info no/such image
+2|info conf.d ''
+2|info ../../../../dev/null
+2|info <image
+2|info - <"$root/README.md"
+2|list 'General.*'
 2|list --device nowhere
+2|list --device '' image
 2|build -o copy conf
+2|build -o conf --force conf
+2|dump -o image --force image
+2|dump -o image --force - <image
+2|extract --config conf -o conf --force image
 2|build -o /dev/full --force conf
-2|build -o new --strict conf
 2|build -o new blank
+2|build -o new foreign
 2|build -o no/such/folder conf
 2|map --from x image
+2|map --from 12074 image
 2|map --section ss image
 EOF_STATUS
+same 'command lines' 46 "$cases"
 same 'options of the man page' "$(nvdump --help | grep -oE '^  --[a-z]+' | tr -d ' ' | sort)" \
   "$(sed -n '/^.Sh OPTIONS/,/^.El/p' packaging/nvdump.1 | sed -n 's/^.It//p' | grep -oE -- 'Fl -[a-z]+' | sed 's/Fl /-/' | sort)"
 same 'copy' '' "$(cmp "$work/image" "$work/copy" 2>&1)"
