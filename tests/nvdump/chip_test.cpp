@@ -1,32 +1,28 @@
 // SPDX-License-Identifier: MIT
 // Reading a chip that a daemon is writing: a bus behind ioctl, on which the chip is silent in its
 // write cycles and changes between two transfers.
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/i2c.h>
 #include <sys/file.h>
-#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <cerrno>
-#include <cstdarg>
-#include <functional>
 
 #include "nvdump/source.h"
 #include "nvdump/start.h"
 #include "nvdump/text.h"
-#include "platform/i2c_bus.h"
-#include "tests/platform/temporary_folder.h"
+#include "tests/fakes/i2c_device.h"
 
 namespace {
 
 std::vector<std::uint8_t> chip;
 std::function<bool(std::size_t address)> answers;  // asked at each transfer; may change the chip
-bool is_vendor;
 
-int Transfer(const i2c_rdwr_ioctl_data& transfer) {
-  const std::size_t address = transfer.msgs[0].buf[0] * 256U + transfer.msgs[0].buf[1];
-  EXPECT_EQ(2U, transfer.nmsgs) << "a read, and nothing else";
+int Transfer(std::span<i2c_msg> messages) {
+  const std::size_t address = messages[0].buf[0] * 256U + messages[0].buf[1];
+  EXPECT_EQ(2U, messages.size()) << "a read, and nothing else";
   if (!answers(address)) return errno = ENXIO, -1;
-  transfer.msgs[1].buf[0] = address < chip.size() ? chip[address] : 0xFF;
+  messages[1].buf[0] = address < chip.size() ? chip[address] : 0xFF;
   return 2;
 }
 
@@ -39,7 +35,7 @@ struct Chip : testing::Test {
     const WorkingCopy config(factory, Source_Read(factory));
     chip = Start_Fill(0).bytes;
     answers = [](std::size_t) { return true; };
-    is_vendor = false;
+    i2c_device = {.is_vendors = false, .transfer = Transfer};
   }
   ~Chip() override { (void)close(lock); }
 
@@ -83,22 +79,10 @@ TEST_F(Chip, GivesNoHalfOfAValueThatIsBeingWritten) {
 }
 
 TEST_F(Chip, BehindADriverThatADaemonUsesIsLeftAlone) {
-  is_vendor = true;
+  i2c_device.is_vendors = true;
   ASSERT_EQ(0, flock(lock, LOCK_EX));
   EXPECT_EQ("", FailureOf([] { (void)Read(true); }));
   EXPECT_NE(std::string::npos, FailureOf([] { (void)Read(); }).find("--anyway"));
 }
 
 }  // namespace
-
-extern "C" int __wrap_ioctl(int fd, unsigned long request, ...);  // NOLINT
-int __wrap_ioctl(int, unsigned long request, ...) {               // NOLINT
-  std::va_list arguments;
-  va_start(arguments, request);
-  const auto* transfer = va_arg(arguments, const i2c_rdwr_ioctl_data*);
-  va_end(arguments);
-  if (request == I2C_RDWR) return Transfer(*transfer);
-  if (is_vendor) return 0;
-  errno = ENOTTY;
-  return -1;
-}
