@@ -100,20 +100,24 @@ same 'damages' 19 "$cases"
 
 short() { head -c "$1" "$work/image" >"$work/damaged"; }
 cases=0
-while IFS='|' read -r how count said; do
+while IFS='|' read -r how lost; do
   $how
   cases=$((cases + 1))
-  same "list after $how" "$count" "$(nvdump list "$work/damaged" </dev/null | wc -l)"
-  same "what list says after $how" "nvdump: $work/damaged: can't be read: $said" "$(<"$work/said")"
+  of_lost="^(${lost// /|})"$'\t'
+  missing=$(nvdump list --all --long "$work/image" </dev/null | grep -cE "$of_lost")
+  same "list after $how" "$(nvdump list --long "$work/image" </dev/null | grep -cvE "$of_lost")" \
+    "$(nvdump list "$work/damaged" </dev/null | wc -l)"
+  same "what list says after $how" "nvdump: $work/damaged: can't be read: $lost; $missing parameters are missing" \
+    "$(<"$work/said")"
   rm -f "$work/rest"
   same "extract after $how" "1 nvdump: nothing would change" \
     "$(status nvdump extract --config camera/device.conf -o "$work/rest" "$work/damaged") $(tail -n 1 "$work/said")"
   same "sections after $how" "$(nvdump info "$work/damaged" | sed -n 's/^sections.//p')" \
     "$(nvdump verify "$work/damaged" | sed -n 's/ sections, .*//p')"
 done <<'EOF_SHORT'
-damage 586:02|151|ssnt; 15 parameters are missing
-short 600|12|ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex; 158 parameters are missing
-short 100|0|ssdt sssc ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex; 170 parameters are missing
+damage 586:02|ssnt
+short 600|ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex
+short 100|ssdt sssc ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex
 EOF_SHORT
 same 'short images' 3 "$cases"
 

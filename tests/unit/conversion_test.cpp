@@ -213,6 +213,8 @@ TEST(Conversion, SurvivesAModuleSwap) {
   for (const Row& row : rows) {
     for (const std::string& path : Split(row.paths, ',')) {
       cfg_node* node = cfg_find_param_node(config.root, Nv_FormatPath(path, NsIndex).data());
+      ASSERT_NE(nullptr, node) << "give " << path << " a value in camera/device.conf, or mend the "
+                               << "path of " << row.key;
       if (path.find("LensControl") == std::string::npos) (void)cfg_set_param_value(node, "");
     }
   }
