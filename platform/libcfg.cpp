@@ -301,7 +301,7 @@ bool Merge(const LoadedFile& file, std::string_view present, std::string& next,
   if (now.document.document_element().name() != root) return false;
   for (const Change& change : file.changes) {
     const Step step = change.value ? ChildElement : ChildElementMade;
-    if (!Apply(change, FollowPath(now.document, change.path, step))) left.push_back(change);
+    if (!Apply(change, FollowPath(now.document.root(), change.path, step))) left.push_back(change);
   }
   next = Print(now);
   return true;
