@@ -3,7 +3,6 @@
 //   @ADDRESS BYTES   bytes of the chip, in hex         =PATH=VALUE  a parameter of device.conf
 //   !                the daemon starts (again)         >MESSAGE     and is told something
 //   x, o             the chip leaves the bus, returns
-//   %N               the power fails after N transfers
 //   <...             device.conf, up to an empty line
 // Anything else counts for nothing. At the end the chip is back and the daemon starts once more.
 #include <charconv>
@@ -43,9 +42,9 @@ std::string_view TakeUpTo(std::string_view end, std::string_view& input) {
   return part;
 }
 
-unsigned ToNumber(std::string_view text, int base) {
+unsigned ToNumber(std::string_view hex) {
   unsigned number = 0;
-  (void)std::from_chars(text.data(), text.data() + text.size(), number, base);
+  (void)std::from_chars(hex.data(), hex.data() + hex.size(), number, 16);
   return number;
 }
 
@@ -100,10 +99,10 @@ Range Send(std::string_view message) {
 }
 
 void PatchChip(std::string_view line) {
-  std::size_t address = ToNumber(TakeUpTo(" ", line), 16);
+  std::size_t address = ToNumber(TakeUpTo(" ", line));
   for (; line.size() >= 2; line.remove_prefix(2)) {
     camera.chip[address++ % camera.chip.size()] =
-        static_cast<std::uint8_t>(ToNumber(line.substr(0, 2), 16));
+        static_cast<std::uint8_t>(ToNumber(line.substr(0, 2)));
   }
 }
 
@@ -128,11 +127,6 @@ void RunLine(char what, std::string_view line, int& starts) {
   if (what == '!' && ++starts <= most_starts) Check(Start);
   if (what == '>') Check([line] { return Send(line); });
   if (what == 'x' || what == 'o') camera.absent = what == 'x';
-  if (what == 'o') camera.lost_from = -1;
-  if (what == '%') {
-    camera.writes.clear();
-    camera.lost_from = ToNumber(line, 10) % 7000;
-  }
 }
 
 // The simulated camera's own device.conf and templates on an EEPROM that was filled from them.

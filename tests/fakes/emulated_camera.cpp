@@ -48,9 +48,7 @@ ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
   const auto number = std::ssize(camera.writes);
   camera.writes.push_back(transfer);
   if (camera.absent || number == camera.refuse_write) return -1;
-  if (camera.lost_from < 0 || number < camera.lost_from) {
-    Keep(camera.chip, transfer, transfer.size);
-  }
+  Keep(camera.chip, transfer, transfer.size);
   return std::ssize(buffer);
 }
 

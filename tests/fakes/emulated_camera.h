@@ -30,7 +30,6 @@ struct EmulatedCamera {
   long refuse_write = -1;  // the number of the one write, from 0, that nobody answers
   long refuse_read = -1;
   long refuse_width = -1;
-  long lost_from = -1;   // this write and all behind it arrive without changing a byte
   int width_answer = 0;  // of the others
 
   std::map<std::string, std::string> files;
