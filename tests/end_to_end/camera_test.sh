@@ -9,46 +9,16 @@ usage() { echo 'usage: camera_test.sh BUILD [CASE]   (default: every case; statu
 
 # shellcheck source=tools/common.sh
 . "$tests/../tools/common.sh"
+# shellcheck source=tests/end_to_end/shared.sh
+. "$tests/end_to_end/shared.sh"
 answer_help "$@"
 [[ -d ${1-} ]] || wrong_usage "'${1-}' is no build folder"
 build=$(realpath "$1")
-failures=0
-exec {silence}<> <(:) # to read from it with a timeout is a sleep that takes no process
 
 # --- what the cases are written in ---------------------------------------------------------------
 
 camera() { "$tests/../camera/camera" --build "$build" --state "$state" "$@"; }
-
-# expect WHAT PATTERN SEEN. Names the line of the case itself, whatever helper has called.
-expect() {
-  # shellcheck disable=SC2053 # a pattern
-  [[ $3 == $2 ]] && return
-  echo "FAILED: line ${BASH_LINENO[-3]}: $1: expected '$2', saw '$3'" >&2
-  failures=$((failures + 1))
-}
-
-# expect_end STATUS OUTPUT-PATTERN COMMAND...
-expect_end() {
-  local status=0
-  output=$("${@:3}" 2>&1) || status=$?
-  expect "status and output of '${*:3}'" "$1 $2" "$status $output"
-}
-
-# expect_values PATH=VALUE...
-expect_values() {
-  for parameter; do
-    expect parameter "$parameter" "$(camera exec xmlcfg -g "${parameter%%=*}" /etc/device.conf)"
-  done
-}
-
-# In vain is no reason to stop: what a case holds up is released further down.
-wait_for() {
-  for ((tries = 0; tries < 1000; ++tries)); do
-    "$@" && return
-    read -rt 0.01 -u "$silence" || true
-  done
-  expect 'patience' "$*" 'no end of waiting'
-}
+nvdump() { "$build/nvdump" "$@"; }
 
 # new_start [SED-SCRIPT for device.conf]
 new_start() {
@@ -59,11 +29,6 @@ new_start() {
   cp "$state/eeprom" "$state/before"
 }
 
-bytes() { od -A n -v -t x1 -j "$1" -N "$2" "$state/eeprom" | tr -d ' \n'; }
-text() { dd if="$state/eeprom" bs=1 skip="$1" count="$2" status=none | tr -d '\0'; }
-is_stored() { [[ $(bytes "$1" 2) == "$2" ]]; }
-# The addresses that differ from the file "before", the time stamp's four left out.
-changed() { cmp -l "$state/before" "$state/eeprom" | awk '$1 < 42 || $1 > 45 { printf "%d ", $1 - 1 }'; }
 left_behind() { find "$state/run" "$state/tmp" -maxdepth 1 -name 'nv*' -printf '%f '; }
 descriptors() { find "/proc/$pid/fd" | wc -l; }
 has_descriptors() { [[ $(descriptors) == "$1" ]]; }
@@ -107,26 +72,16 @@ test_first_fill_and_restart() {
   camera run >&- & # no line of the output may end up in the EEPROM
   wait_for test -s "$state/run/nvd.pid"
   camera stop
-  camera exec nvdump map --hex --secrets | sed '/^0029  time /d' >"$state/image"
-  like_golden "$tests/golden/factory_image.txt" "$state/image" || failures=$((failures + 1))
-  cp "$state/eeprom" "$state/before"
-  camera start
-  camera stop
-  cmp "$state/before" "$state/eeprom"
+  expect_factory_image "$state/eeprom"
+  check_restart
 }
 
 test_change_and_save() {
   new_start
   printf '\0\0\0\0' | dd of="$state/eeprom" bs=1 seek=41 conv=notrunc status=none
-  camera set General.System.HTTPPort 8080
-  expect 'stored port' 1f90 "$(bytes 753 2)"
-  expect 'changed addresses' '753 754 ' "$(changed)"
+  check_change
   expect 'age of the time stamp' '[0-9]' $(($(date +%s) - 16#$(bytes 41 4)))
-  camera set StreamProfile.I0.Video.Name $'caf\303'
-  expect 'text that was cut in a character' 63616600 "$(bytes 4838 4)"
-  camera set Image.OSD.Title off
-  expect 'text for both paths of its row' '%T*' "$(text 1472 2)"
-
+  check_texts
   for value in -1 -g --help 'a <b> & "c"'; do
     camera set PTZ.Speed.ZoomSpeed "$value"
     expect_values "PTZ.Speed.ZoomSpeed=$value"
@@ -217,35 +172,21 @@ test_crowds() {
   expect 'stored port in the end' 005b "$(bytes 753 2)"
 }
 
-# A bare module takes over the board of another one. A pipe in the lens driver's place holds the
-# daemon up in the middle of the restore.
-test_module_swap() {
-  local lens=$state/mnt/mtd/lens_position_change settings
-  settings=(General.System.HTTPPort=8081 Event.Server.S0.Location=//nas.example/attic
-    'General.UserID.U2.User=Y2Fyb2w6c2VjcmV0,00010001' Event.Scheduled.S0.Name=nightly)
-  new_start
-  for setting in "${settings[@]}" ImageSource.I0.LensControl.ZoomPos=5 StreamProfile.I3.Video.FPS=99; do
-    camera set "${setting%%=*}" "${setting#*=}"
-  done
-  camera stop
-  cp "$state/eeprom" "$state/before"
-  camera swap BARE-77
-  sed -i -e '/<U. op="3">/,/<\/U.>/d' -e '/<I[123] op="3">/,/<\/I.>/d' \
-    -e '/<[SM]0 op="3">/,/<\/[SM]0>/d' "$state/factory/device.conf"
-  camera set Event.Heartbeat.Interval 61 # which the EEPROM does not hold
+# A pipe in the lens driver's place holds the daemon up in the middle of the restore.
+start_swapped() {
   mkfifo "$lens"
-
   camera start &
   wait_for test -S "$state/tmp/nv.sck"
   expect 'files before the restore is over' 'nv.sck ' "$(left_behind)"
   camera notify -n General.Network.RTSP.Port=555
   expect 'request to the lens driver' zoom=5 "$(timeout 10 cat "$lens")"
   wait $!
-  expect log '*product id not match*' "$(camera log)"
-  expect_values "${settings[@]}" General.Brand.ProdNbr=BARE-77 Event.Heartbeat.Interval=60 \
-    Event.Media.M0.PostAlarm=20 Event.Server.S0.Options.Retries=3 StreamProfile.I3.Video.FPS=30
   wait_for is_stored 755 022b
-  expect 'changed addresses' '9 10 11 12 13 14 15 16 756 8925 8926 8929 ' "$(changed)"
+}
+test_module_swap() {
+  local lens=$state/mnt/mtd/lens_position_change
+  new_start
+  check_swap
   camera stop
   rm "$lens"
   camera board --button -1
