@@ -13,7 +13,7 @@ NVD_LICENSE = MIT
 NVD_LICENSE_FILES = LICENSE
 NVD_DEPENDENCIES = pugixml
 # /bin/xmlcfg is the path that the daemon asks by, with and without merged /usr.
-# nvdump is for the desk.
+# nvdump would need nlohmann-json as well.
 NVD_CONF_OPTS = -DBUILD_TESTING=OFF -DNVD_HARDENED=ON -DNVD_NVDUMP=OFF -DCMAKE_INSTALL_BINDIR=/bin
 
 # The build system's own scripts are started by number.

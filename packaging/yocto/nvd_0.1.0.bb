@@ -12,7 +12,7 @@ DEPENDS = "pugixml" # of the layer meta-oe
 inherit cmake systemd update-rc.d
 
 # /bin/xmlcfg is the path that the daemon asks by, with and without merged /usr.
-# nvdump is for the desk.
+# nvdump would need nlohmann-json as well.
 EXTRA_OECMAKE = "-DBUILD_TESTING=OFF -DNVD_HARDENED=ON -DNVD_NVDUMP=OFF \
                  -DCMAKE_INSTALL_BINDIR=${base_bindir} \
                  -DNVD_UNIT_DIR=${systemd_system_unitdir}"
