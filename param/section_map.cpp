@@ -40,7 +40,16 @@ consteval std::size_t AddressAt(std::size_t position) {
   return address;
 }
 
-static_assert(most_paths == max_row_paths);
+// Whether a map's rows are its list's, and no path lies behind them, which would not travel.
+consteval bool HasItsRows(const SectionMap& map) {
+  if (map.row_count < 0) return map.fields.empty();
+  const auto rows = static_cast<std::size_t>(map.row_count);
+  return rows <= map.fields.size() &&
+         std::ranges::all_of(map.fields.subspan(rows), &std::string_view::empty, &Field::paths);
+}
+
+static_assert(std::ranges::all_of(section_maps, HasItsRows));
+static_assert(most_paths == max_row_paths && longest_paths < std::tuple_size_v<PathText>);
 // clang-format off
 static_assert(AddressAt(1) == 45    && AddressAt(2) == 248    && AddressAt(3) == 582);
 static_assert(AddressAt(4) == 1397  && AddressAt(5) == 2848   && AddressAt(6) == 3511);
