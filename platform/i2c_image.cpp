@@ -26,8 +26,9 @@ int FillGap(int fd, off_t offset) {
 ssize_t Write(int fd, std::span<const std::uint8_t> buffer) {
   std::array<std::uint8_t, 2> bytes{};
   const auto data = I2c_Data(buffer, bytes);
+  if (data.empty()) return -1;
   const auto offset = static_cast<off_t>(I2c_FlatAddress(buffer));
-  if (data.empty() || FillGap(fd, offset) != 0) return -1;
+  if (FillGap(fd, offset) != 0) return -1;
   const ssize_t written = pwrite(fd, data.data(), data.size(), offset);
   return written == std::ssize(data) ? std::ssize(buffer) : -1;
 }
