@@ -73,6 +73,7 @@ test_first_fill_and_restart() {
   wait_for test -s "$state/run/nvd.pid"
   camera stop
   expect_factory_image "$state/eeprom"
+  expect 'size of the image' 12074 "$(stat -c %s "$state/eeprom")"
   check_restart
 }
 

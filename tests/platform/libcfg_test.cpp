@@ -35,7 +35,7 @@ struct Loaded {
 
 constexpr const char* camera_file =
     "\xEF\xBB\xBF<?xml version=\"1.0\"?>\r\n<!-- <root> comes below -->\n<!DOCTYPE root>\n<root>\n"
-    "\t<General op=\"3\" note=\"a > b\">\n\t\t<!-- inside -->\n"
+    "\t<General op=\"3\" note=\"a  > b\">\n\t\t<!-- inside -->\n"
     "\t\t<Name op=\"x\">caf\xC3\xA9 &amp; bar</Name><Blank>  </Blank><Name>second</Name>\n"
     "\t\t<Lines>one\r\ntwo</Lines><Empty/><?pi data?><Raw>x<![CDATA[<&>]]>y</Raw>\n"
     "\t</General>\n</root>\n<!-- after </root> -->\n";
