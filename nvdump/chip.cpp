@@ -30,20 +30,20 @@ constexpr unsigned patience_ms = 500;
 
 const I2cAdapter* device;  // behind the one that asks again
 std::string device_name;
-std::string fault;  // of the first byte that gave no answer
+std::string first_fault;  // of the first byte that gave no answer
 std::size_t bytes_read;
-std::chrono::steady_clock::time_point begin;
+std::chrono::steady_clock::time_point started;
 
 bool TakesLong() {
   return isatty(STDERR_FILENO) != 0 &&
-         std::chrono::steady_clock::now() - begin > std::chrono::seconds(1);
+         std::chrono::steady_clock::now() - started > std::chrono::seconds(1);
 }
 
 const char* Reason() { return errno == ENOTTY ? "no I2C bus" : std::strerror(errno); }
 
 // Asks the chip until it answers, or until it would have long ago.
 ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
-  for (unsigned attempt = 1; fault.empty(); ++attempt) {
+  for (unsigned attempt = 1; first_fault.empty(); ++attempt) {
     std::array transfer{buffer[0], buffer[1]};
     if (device->read(fd, transfer) > 0) {
       buffer[0] = transfer[0];
@@ -52,7 +52,7 @@ ssize_t Read(int fd, std::span<std::uint8_t> buffer) {
       return static_cast<ssize_t>(buffer.size());
     }
     if (errno == ENOTTY || attempt == patience_ms) {
-      fault = Format("address %04x stays silent: ", I2c_RegisterAddress(buffer)) + Reason();
+      first_fault = Format("address %04x stays silent: ", I2c_RegisterAddress(buffer)) + Reason();
     }
     Host_SleepMicroseconds(1000);
   }
@@ -94,7 +94,7 @@ std::vector<std::uint8_t> ReadOnce(int fd) {
   std::vector<std::uint8_t> bytes(EndOfChain(fd));
   EEprom_ReadBytes(fd, 0, bytes);
   if (TakesLong()) (void)std::fputs("\r\x1B[K", stderr);
-  if (!fault.empty()) throw Failure(device_name + ": " + fault);
+  if (!first_fault.empty()) throw Failure(device_name + ": " + first_fault);
   return bytes;
 }
 
@@ -131,8 +131,8 @@ void Chip_Read(bool anyway, Image& image) {
   image.adapter = I2c_AdapterName();
   device = I2c_UseAdapter(&reader);
   device_name = image.name;
-  fault.clear();
-  begin = std::chrono::steady_clock::now();
+  first_fault.clear();
+  started = std::chrono::steady_clock::now();
   (void)IsShared(fd, anyway);
   image.bytes = ReadOnce(fd);
   // Beside a daemon, which may be started meanwhile, what reads the same twice is whole.

@@ -19,7 +19,8 @@ void Add(Json& findings, const Json& address, const Json& section, const Json& k
 
 // Each header says three things.
 void CheckHeader(const Image& image, const Range& range, Json& findings) {
-  const auto& [position, record, is_readable] = *range.section;
+  const std::size_t position = range.section->position;
+  const SectionRecord& record = range.section->record;
   const SectionMap& map = Map_At(position);
   const auto add = [&](const std::string& what) {
     Add(findings, range.address, Section_Name(position), "header", what);
@@ -90,7 +91,7 @@ std::string ConstantFault(const Range& range, bool hides) {
 }
 
 void CheckField(const Image& image, const Range& range, Json& findings) {
-  const auto& [position, record, is_readable] = *range.section;
+  const std::size_t position = range.section->position;
   const Field& field = *range.field;
   const bool hides = Image_Hides(image, range);
   const auto add = [&](const std::string& what) {
