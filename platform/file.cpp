@@ -134,7 +134,7 @@ int File_Read(const char* path, std::string& content) {
       is_input ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) : open(path, O_RDONLY | O_CLOEXEC);
   if (fd < 0) return -1;
   struct stat status {};
-  constexpr off_t credible_size = 1024 * 1024;
+  constexpr off_t credible_size = off_t{1024} * 1024;
   if (fstat(fd, &status) == 0 && status.st_size < credible_size) {
     content.reserve(static_cast<std::size_t>(status.st_size));
   }
