@@ -23,14 +23,10 @@ std::vector<std::string> calls;
 
 bool Hits(Trouble what) { return calls.size() == trouble_at && trouble == what; }
 
-void CutIf(bool hit) {
-  if (hit) _exit(2);
-}
-
 // Counts the call; true when it is to go through.
 bool Passes(const char* name) {
   calls.emplace_back(name);
-  CutIf(Hits(Trouble::cut_before));
+  if (Hits(Trouble::cut_before)) _exit(2);
   errno = Hits(Trouble::interrupted) ? EINTR : ENOSPC;
   return !Hits(Trouble::fails) && !Hits(Trouble::interrupted);
 }
@@ -54,7 +50,7 @@ int Overtake(int fd) {
   extern "C" type __wrap_##name parameters {     \
     if (!Passes(#name)) return -1;               \
     const type result = __real_##name arguments; \
-    CutIf(Hits(Trouble::cut_after));             \
+    if (Hits(Trouble::cut_after)) _exit(2);      \
     return result;                               \
   }
 WRAP(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode))
