@@ -38,7 +38,7 @@ int OnRequest(int fd, unsigned long request, unsigned long argument) {
   Record(selects_chip ? "" : "w", std::array{static_cast<std::uint8_t>(argument)}, " ");
   (void)I2c_Select(fd, request, argument);
   if (selects_chip) return 0;
-  return camera.widths++ == camera.refuse_width ? -1 : camera.width_answer;
+  return camera.questions++ == camera.refuse_question ? -1 : camera.width_answer;
 }
 
 ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
@@ -54,7 +54,7 @@ ssize_t OnWrite(int, std::span<const std::uint8_t> buffer) {
 
 ssize_t OnRead(int, std::span<std::uint8_t> buffer) {
   Record("(", buffer, ") ");
-  if (camera.absent || camera.reads++ == camera.refuse_read) return -1;
+  if (camera.absent || camera.questions++ == camera.refuse_question) return -1;
   buffer[0] = camera.chip.at(I2c_FlatAddress(buffer));
   return std::ssize(buffer);
 }
@@ -204,28 +204,21 @@ std::string WrittenBy(const std::function<void()>& action) {
 
 void ForEachCut(const std::function<void()>& action, const std::function<void()>& check) {
   const auto files = camera.files;
-  auto state = camera.chip;
+  std::vector image(camera.chip.begin(), camera.chip.begin() + 0x4000);
   camera.writes.clear();
   action();
   const auto transfers = std::exchange(camera.writes, {});
-  camera.chip = state;
   for (const Transfer& whole : transfers) {
-    const auto page = static_cast<std::ptrdiff_t>(whole.address & ~page_mask);
     for (const int way : {0, 1, 2}) {
       camera.files = files;
+      std::ranges::copy(image, camera.chip.begin());
       if (way == 1) Keep(camera.chip, whole, 1);
       if (way == 2) Keep(camera.chip, {whole.address, {0xA5, 0xA5}, whole.size}, whole.size);
       check();
-      // Nearly no check writes; copying the half megabyte for each would take most of the time.
-      if (camera.writes.empty()) {
-        std::copy_n(state.begin() + page, page_mask + 1, camera.chip.begin() + page);
-      } else {
-        camera.chip = state;
-        camera.writes.clear();
-      }
     }
-    for (auto* chip : {&state, &camera.chip}) Keep(*chip, whole, whole.size);
+    Keep(image, whole, whole.size);
   }
+  std::ranges::copy(image, camera.chip.begin());
 }
 
 std::string TrafficOf(const std::function<void()>& action) {

@@ -21,15 +21,13 @@ struct Transfer {
 struct EmulatedCamera {
   std::vector<std::uint8_t> chip = std::vector<std::uint8_t>(0x80000, 0xFF);
   std::vector<Transfer> writes;  // all that were tried
-  long reads = 0;
-  long widths = 0;  // requests for the data width
+  long questions = 0;            // reads, and requests for the data width
   bool records = false;
   std::string bus;  // while `records`
   // Faults.
   bool absent = false;     // nobody answers on the bus
   long refuse_write = -1;  // the number of the one write, from 0, that nobody answers
-  long refuse_read = -1;
-  long refuse_width = -1;
+  long refuse_question = -1;
   int width_answer = 0;  // of the others
 
   std::map<std::string, std::string> files;

@@ -22,14 +22,6 @@ using namespace std::string_literals;
 
 using Texts = std::vector<std::string>;
 
-struct Case {
-  std::string key;
-  Texts values;        // "-": none
-  std::string stored;  // "=": the field keeps what it held
-  Texts back;          // "-": nothing; empty: whatever
-  Texts others;
-};
-
 // "x*31", "\n" and quotes stand for what can't be written or seen.
 std::string Plain(std::string text) {
   if (text.starts_with('"')) return text.substr(1, text.size() - 2);
@@ -57,65 +49,42 @@ Texts SlotTexts(const std::string& column) {
   return texts;
 }
 
-// "text=number", "text>number" or "text<number".
-Case NumberCase(const std::string& key, const std::string& token) {
-  const std::size_t at = token.find_first_of("=<>");
-  const Texts text = SlotTexts(token.substr(0, at));
-  const std::string number = token.substr(at + 1);
-  return {key,
-          token[at] == '<' ? SlotTexts("-") : text,
-          number.empty() ? "=" : "#" + number,
-          token[at] == '>' ? Texts() : text,
-          {}};
-}
-
-std::vector<Case> LoadCases() {
-  std::vector<Case> cases;
+// The columns of each case; "?" for values back: whatever.
+std::vector<Texts> LoadCases() {
+  std::vector<Texts> cases;
   std::ifstream file(CASES_FOLDER "/conversions.txt");
   for (std::string line; std::getline(file, line);) {
     if (line.empty() || line.starts_with('#')) continue;
-    Texts columns = Split(line, '|');
-    if (columns.size() == 2) {
-      for (const auto& token : Split(columns[1], ' '))
-        cases.push_back(NumberCase(columns[0], token));
-      continue;
+    const Texts columns = Split(line, '|');
+    if (columns.size() > 2) cases.push_back(columns);
+    for (const auto& token : Split(columns.size() == 2 ? columns[1] : "", ' ')) {
+      const std::size_t at = token.find_first_of("=<>");
+      const std::string text = token.substr(0, at), number = token.substr(at + 1);
+      cases.push_back({columns[0], token[at] == '<' ? "-" : text,
+                       number.empty() ? "=" : "#" + number, token[at] == '>' ? "?" : text});
     }
-    columns.resize(5);
-    cases.push_back({columns[0], SlotTexts(columns[1]), Plain(columns[2]),
-                     SlotTexts(columns[columns[3].empty() ? 1 : 3]), Split(columns[4], ' ')});
   }
+  for (Texts& columns : cases) columns.resize(5);
   return cases;
 }
-const std::vector<Case> cases = LoadCases();
 
 // A field with its place in a payload.
 struct Row {
   Field field;
   SectionType type;
   std::size_t offset;
-  std::string key;
-  std::string paths;
 };
 
-std::vector<Row> LoadRows() {
-  std::vector<Row> rows;
+Row Find(std::string_view key) {
   for (const SectionMap& map : section_maps) {
     for (std::size_t i = 0; i < Map_Rows(map).size(); ++i) {
-      const Field& field = map.fields[i];
-      const FieldKey& key = field.key;
-      rows.push_back({field, map.type, FieldOffset(map.fields, i),
-                      std::string(key.text) + (key.number > 0 ? std::to_string(key.number) : ""),
-                      Map_Paths(map, field).data()});
+      const auto& [text, number] = map.fields[i].key;
+      const std::string full = std::string(text) + (number > 0 ? std::to_string(number) : "");
+      if (full == key) return {map.fields[i], map.type, FieldOffset(map.fields, i)};
     }
   }
-  return rows;
-}
-const std::vector<Row> rows = LoadRows();
-
-const Row& Find(std::string_view key) {
-  const auto row = std::ranges::find(rows, key, &Row::key);
-  if (row == rows.end()) ADD_FAILURE() << "no field has the key " << key;
-  return row == rows.end() ? rows[0] : *row;
+  ADD_FAILURE() << "no field has the key " << key;
+  return {};
 }
 
 SectionRecord NewRecord(SectionType type) {
@@ -125,19 +94,21 @@ SectionRecord NewRecord(SectionType type) {
   return record;
 }
 
-std::span<std::uint8_t> BytesOf(SectionRecord& record, const Row& row) {
-  return Section_Field(record, row.offset, row.field.format.size);
+// The bytes of a field.
+std::vector<std::uint8_t> Held(SectionRecord& record, const Row& row) {
+  const auto field = Section_Field(record, row.offset, row.field.format.size);
+  return {field.begin(), field.end()};
 }
 
-// The bytes of a field as the table shows them.
-std::vector<std::uint8_t> Bytes(const Row& row, const std::string& shown) {
-  std::vector<std::uint8_t> bytes(row.field.format.size);
+// Sets them to what the table shows; "=": something that nobody stores.
+void Hold(SectionRecord& record, const Row& row, const std::string& shown) {
+  const auto field = Section_Field(record, row.offset, row.field.format.size);
+  std::ranges::fill(field, std::uint8_t(shown == "=" ? 0x55 : 0));
   if (shown.starts_with('#')) {
-    Field_SetNumber(bytes, static_cast<std::uint32_t>(std::stol(shown.substr(1))));
-  } else {
-    std::ranges::copy(shown, bytes.begin());
+    Field_SetNumber(field, static_cast<std::uint32_t>(std::stol(shown.substr(1))));
+  } else if (shown != "=") {
+    std::ranges::copy(shown, field.begin());
   }
-  return bytes;
 }
 
 void Store(SectionRecord& record, const Row& row, const Texts& texts) {
@@ -160,32 +131,30 @@ Texts Restore(SectionRecord& record, const Row& row) {
 }
 
 TEST(Conversion, FollowsItsFieldsRule) {
-  EXPECT_EQ(138U, cases.size());
-  for (const Case& each : cases) {
-    SCOPED_TRACE(each.key + " | " + each.values[0] + " | " + each.stored);
-    const Row& row = Find(each.key);
-    SectionRecord record = NewRecord(row.type);
-    const auto field = BytesOf(record, row);
-    std::ranges::fill(field, std::uint8_t{0x55});
-    const auto stored =
-        each.stored == "=" ? std::vector(field.begin(), field.end()) : Bytes(row, each.stored);
-    if (each.values[0] != "-") {
-      Store(record, row, each.values);
-      EXPECT_EQ(stored, std::vector(field.begin(), field.end()));
+  const std::vector<Texts> cases = LoadCases();
+  EXPECT_EQ(124U, cases.size());
+  for (const Texts& columns : cases) {
+    SCOPED_TRACE(columns[0] + " | " + columns[1] + " | " + columns[2]);
+    const Row row = Find(columns[0]);
+    SectionRecord stored = NewRecord(row.type), record = stored;
+    Hold(record, row, "=");
+    Hold(stored, row, Plain(columns[2]));
+    if (columns[1] != "-") {
+      Store(record, row, SlotTexts(columns[1]));
+      EXPECT_EQ(Held(stored, row), Held(record, row));
     }
-    if (each.stored == "=" || each.back.empty()) continue;
-    std::ranges::copy(stored, field.begin());
-    for (const std::string& other : each.others) {
-      const Row& neighbour = Find(other.substr(0, other.find('=')));
-      const auto bytes = Bytes(neighbour, Plain(other.substr(other.find('=') + 1)));
-      std::ranges::copy(bytes, BytesOf(record, neighbour).begin());
+    if (columns[2] == "=" || columns[3] == "?") continue;
+    for (const std::string& other : Split(columns[4], ' ')) {
+      const std::size_t equals = other.find('=');
+      Hold(stored, Find(other.substr(0, equals)), Plain(other.substr(equals + 1)));
     }
-    EXPECT_EQ(each.back[0] == "-" ? Texts(max_row_paths) : each.back, Restore(record, row));
+    const Texts back = SlotTexts(columns[columns[3].empty() ? 1 : 3]);
+    EXPECT_EQ(back[0] == "-" ? Texts(max_row_paths) : back, Restore(stored, row));
   }
 }
 
 TEST(Conversion, NeedsAKnownTypeAndTheWholeField) {
-  const Row& port = Find("ssnt_http_port");
+  const Row port = Find("ssnt_http_port");
   SectionRecord record = NewRecord(port.type);
   record.data.resize(port.offset + 1);
   EXPECT_EQ(Texts(max_row_paths), Restore(record, port));
@@ -194,34 +163,6 @@ TEST(Conversion, NeedsAKnownTypeAndTheWholeField) {
   EXPECT_EQ("No support section type 0\n", OutputOf([&] {
               EXPECT_EQ(-1, Param_ConfigToSection(slots, "ssdt_format", record, 0, byte_field));
             }));
-}
-
-// All parameters of the table are emptied; what was stored brings the whole file back.
-TEST(Conversion, SurvivesAModuleSwap) {
-  FitFactoryCamera();
-  for (const char* mode : {"WideDynamicRange.ModeSpk", "DeNoise.Mode"}) {  // a level counts
-    SetParameter("ImageSource.I0.Sensor." + std::string(mode), "on");
-  }
-  SetParameter("ImageSource.I0.Iris.Type", "manual");
-  SetParameter("StreamProfile.I1.Video.Codec", "H264");
-  for (int i = 0; i < 2; ++i) {
-    (void)OutputOf(
-        [] { (void)StartDaemon(); });  // twice: not every conversion is the other way's inverse
-  }
-  const std::string settled = camera.files[device_conf];
-  const ConfigFile config = Nv_OpenConfig();
-  for (const Row& row : rows) {
-    for (const std::string& path : Split(row.paths, ',')) {
-      cfg_node* node = cfg_find_param_node(config.root, Nv_FormatPath(path, NsIndex).data());
-      ASSERT_NE(nullptr, node) << "give " << path << " a value in camera/device.conf, or mend the "
-                               << "path of " << row.key;
-      if (path.find("LensControl") == std::string::npos) (void)cfg_set_param_value(node, "");
-    }
-  }
-  EXPECT_EQ(0, cfg_save_file(config.handle.get(), device_conf));
-  EXPECT_NE(settled, camera.files[device_conf]);
-  (void)OutputOf([] { EXPECT_EQ(0, Nv_ReadBackCheck()); });
-  EXPECT_EQ(settled, camera.files[device_conf]);
 }
 
 // What stands between backquotes in a column of the page.
@@ -249,14 +190,12 @@ TEST(Conversion, GivesBackWhatThePageSays) {
     }
     (void)OutputOf([] { EXPECT_EQ(0, Nv_InitEEprom()); });
     const std::string set = Parameter(path);
-    const auto restored = [&path] {
+    for (const char* where : {"after a restart: ", "in a new module: "}) {
+      if (*where == 'i') camera.files[device_conf] = camera.factory_file;
+      const std::string expected = back.empty() ? Parameter(path) : back[0];
       (void)OutputOf([] { EXPECT_EQ(0, Nv_ReadBackCheck()); });
-      return Parameter(path);
-    };
-    EXPECT_EQ(back.empty() ? set : back[0], restored()) << "after a restart: " << line;
-    camera.files[device_conf] = camera.factory_file;
-    const std::string factory = Parameter(path);
-    EXPECT_EQ(back.empty() ? factory : back[0], restored()) << "in a new module: " << line;
+      EXPECT_EQ(expected, Parameter(path)) << where << line;
+    }
     EXPECT_NE(set, Parameter(path)) << "nothing to see: " << line;
     ++examples;
   }
