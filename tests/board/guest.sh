@@ -1,4 +1,4 @@
-#!/bin/sh
+# shellcheck shell=sh
 # SPDX-License-Identifier: MIT
 # Runs on the emulated board: takes commands, a line each, and answers each with its output, the byte 1D
 # and its status. They are named as the simulated camera's launcher names them.
