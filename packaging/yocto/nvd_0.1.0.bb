@@ -23,5 +23,3 @@ SYSTEMD_SERVICE:${PN} = "nvd.service"
 FILES:${PN} += "${systemd_system_unitdir}/nvd-restored.service"
 INITSCRIPT_NAME = "nvd"
 INITSCRIPT_PARAMS = "defaults"
-# Waits for the daemon's end; Busybox's own does not.
-RDEPENDS:${PN} += "${@bb.utils.contains('DISTRO_FEATURES', 'sysvinit', 'dpkg-start-stop', '', d)}"
