@@ -54,14 +54,6 @@ void Start() {
   if (loaded && Nv_OpenConfig().root == nullptr) Fail("device.conf can't be loaded any more");
 }
 
-void Send(std::string_view message) {
-  const auto actions = camera.actions.size();
-  Nv_HandleCommand(message.substr(0, 128));
-  if (std::ranges::count(std::span(camera.actions).subspan(actions), "save") != 0) {
-    Fail("a message saved device.conf");
-  }
-}
-
 void PatchChip(std::string_view line) {
   std::size_t address = ToNumber(TakeUpTo(" ", line));
   for (; line.size() >= 2; line.remove_prefix(2)) {
@@ -77,7 +69,7 @@ void RunLine(char what, std::string_view line) {
     SetParameter(path, std::string(line.substr(0, line.find('\0'))));
   }
   if (what == '!') Start();
-  if (what == '>') Send(line);
+  if (what == '>') Nv_HandleCommand(line.substr(0, 128));
   if (what == 'x' || what == 'o') camera.absent = what == 'x';
 }
 

@@ -6,7 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include "config/section_list.h"
 #include "config/store.h"
@@ -146,8 +146,7 @@ void FitFactoryCamera() {
   FitCamera();
   const std::filesystem::path folder = CAMERA_FOLDER;
   const auto load = [](const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    return (std::ostringstream() << std::ifstream(path).rdbuf()).str();
   };
   camera.files[device_conf] = camera.factory_file = load(folder / "device.conf");
   for (const auto& entry : std::filesystem::directory_iterator(folder / "template")) {
@@ -190,16 +189,16 @@ void Store(std::size_t address, std::string_view bytes) {
 std::string WrittenBy(const std::function<void()>& action) {
   camera.writes.clear();
   action();
-  std::string runs;
-  for (std::size_t i = 0; i < camera.writes.size();) {
-    const std::uint32_t start = camera.writes[i].address;
-    std::uint32_t end = start;
-    while (i < camera.writes.size() && camera.writes[i].address == end) {
-      end += camera.writes[i++].size;
-    }
-    runs += (runs.empty() ? "" : " ") + std::to_string(start) + "+" + std::to_string(end - start);
+  std::vector<std::array<std::uint32_t, 2>> runs;  // from where to where
+  for (const auto& [address, bytes, size] : camera.writes) {
+    if (runs.empty() || runs.back()[1] != address) runs.push_back({address, address});
+    runs.back()[1] += size;
   }
-  return runs;
+  std::string text;
+  for (const auto& [start, end] : runs) {
+    text += (text.empty() ? "" : " ") + std::to_string(start) + "+" + std::to_string(end - start);
+  }
+  return text;
 }
 
 void ForEachCut(const std::function<void()>& action, const std::function<void()>& check) {

@@ -75,26 +75,22 @@ namespace {
 const std::string old_file(40000, 'o');
 const std::string new_file(50000, 'n');
 
-struct Folder : TemporaryFolder {
-  std::string file = Write("device.conf", old_file);
-};
-
 // Saves in a process of its own. Returns 0, 1 for a failed save, 2 for a cut.
-int SaveWith(const Folder& folder, Trouble what, std::size_t at) {
+int SaveWith(const TemporaryFolder& folder, Trouble what, std::size_t at) {
   const pid_t child = fork();
   if (child == 0) {
     calls.clear();
     trouble = what;
     trouble_at = at;
     trouble_in = folder.path;
-    _exit(File_Replace(folder.file.c_str(), new_file) == 0 ? 0 : 1);
+    _exit(File_Replace((folder.path + "/device.conf").c_str(), new_file) == 0 ? 0 : 1);
   }
   int status = -1;
   return waitpid(child, &status, 0) == child ? WEXITSTATUS(status) : -1;
 }
 
 TEST(FileCut, LeavesTheOldFileOrTheNewOne) {
-  ASSERT_EQ(0, File_Replace(Folder().file.c_str(), new_file));
+  ASSERT_EQ(0, File_Replace(TemporaryFolder().Write("device.conf", old_file).c_str(), new_file));
   const auto trace = calls;
   const auto number = [&trace](const char* name) {
     return static_cast<std::size_t>(std::ranges::find(trace, name) - trace.begin()) + 1;
@@ -102,12 +98,14 @@ TEST(FileCut, LeavesTheOldFileOrTheNewOne) {
   ASSERT_LT(number("write"), number("fsync"));
   ASSERT_LT(number("fsync"), number("rename")) << "the content is on the disk before it counts";
   ASSERT_EQ(2, std::ranges::count(trace, "fsync")) << "so is the folder in the end";
+  ASSERT_LT(number("fchown"), number("rename")) << "the owner stays";
   for (std::size_t at = 1; at <= trace.size(); ++at) {
     for (const Trouble what : {Trouble::cut_before, Trouble::cut_after, Trouble::fails,
                                Trouble::interrupted, Trouble::half, Trouble::overtaken}) {
       const std::string& name = trace[at - 1];
       SCOPED_TRACE(testing::Message() << "call " << at << ", " << name);
-      const Folder folder;
+      const TemporaryFolder folder;
+      const std::string file = folder.Write("device.conf", old_file);
       const bool is_cut = what == Trouble::cut_before || what == Trouble::cut_after;
       const bool is_harmless =
           what >= Trouble::half || name.starts_with("fch") || name == "close" ||
@@ -121,7 +119,7 @@ TEST(FileCut, LeavesTheOldFileOrTheNewOne) {
       EXPECT_EQ(is_cut ? 2 : failed, SaveWith(folder, what, at));
       EXPECT_TRUE(folder.Read("device.conf") == (is_new ? new_file : old_file));
       EXPECT_TRUE(is_cut || name == "flock" || !temporary_stays()) << "no room is left taken";
-      EXPECT_EQ(0, File_Replace(folder.file.c_str(), "short")) << "the next save works";
+      EXPECT_EQ(0, File_Replace(file.c_str(), "short")) << "the next save works";
       EXPECT_EQ("short", folder.Read("device.conf")) << "and holds no rest of the last one";
       EXPECT_FALSE(temporary_stays()) << "and cleans up";
     }

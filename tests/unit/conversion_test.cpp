@@ -132,7 +132,7 @@ Texts Restore(SectionRecord& record, const Row& row) {
 
 TEST(Conversion, FollowsItsFieldsRule) {
   const std::vector<Texts> cases = LoadCases();
-  EXPECT_EQ(124U, cases.size());
+  EXPECT_EQ(110U, cases.size());
   for (const Texts& columns : cases) {
     SCOPED_TRACE(columns[0] + " | " + columns[1] + " | " + columns[2]);
     const Row row = Find(columns[0]);
@@ -203,12 +203,12 @@ TEST(Conversion, GivesBackWhatThePageSays) {
 }
 
 TEST(Account, IsCutToItsBuffer) {
-  std::array<char, 4> text = {'#', '#', '#', '#'};
-  EXPECT_EQ(3U, Param_Base64Decode(std::span(text).first(3), "YWRtaW4="));
-  EXPECT_EQ("adm#", std::string(text.data(), 4));
-  EXPECT_EQ(
-      2U, Param_Base64Encode(std::array<std::uint8_t, 3>{'a', 'd', 'm'}, std::span(text).first(3)));
-  EXPECT_EQ("YW\0#"s, std::string(text.data(), 4));
+  std::string text(4, '#');
+  const std::span buffer = std::span(text).first(3);
+  EXPECT_EQ(3U, Param_Base64Decode(buffer, "YWRtaW4="));
+  EXPECT_EQ("adm#", text);
+  EXPECT_EQ(2U, Param_Base64Encode(std::array<std::uint8_t, 3>{'a', 'd', 'm'}, buffer));
+  EXPECT_EQ("YW\0#"s, text);
 }
 
 }  // namespace

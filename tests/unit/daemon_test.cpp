@@ -7,7 +7,6 @@
 #include "config/section_list.h"
 #include "config/store.h"
 #include "daemon/commands.h"
-#include "daemon/log.h"
 #include "daemon/reset_button.h"
 #include "daemon/signals.h"
 #include "eeprom/backup.h"
@@ -38,7 +37,6 @@ const Parameters settings = {
     {"ImageSource.I0.Config.CaptureMode", "1920x1080@30"},
     {"ImageSource.I0.LensControl.FocusPos", "-3"},
     {"ImageSource.I0.LensControl.ZoomPos", "120"},
-    {"ImageSource.RecordIndex", "0"},
     {"StreamProfile.I0.Video.Resolution", "1280x2000"},
     {"StreamProfile.I1.Video.FPS", "30"},
     {"StreamProfile.I1.Video.Resolution", "1920x1080"},
@@ -86,54 +84,47 @@ TEST(Image, WithoutConfigurationStaysAsItIs) {
     FitCamera();
     camera.files[device_conf] = content;
     NsIndex = 3;
-    EXPECT_EQ(-1, Nv_LoadProductNumber());
-    EXPECT_EQ(-1, Nv_FindNetworkStorageIndex());
-    EXPECT_EQ(-1, Nv_InitEEprom());
-    EXPECT_EQ(-1, Nv_ReadBackCheck());
-    EXPECT_EQ(-1, Nv_ClampStreamSettings());
+    for (const auto call : {Nv_LoadProductNumber, Nv_FindNetworkStorageIndex, Nv_InitEEprom,
+                            Nv_ReadBackCheck, Nv_ClampStreamSettings}) {
+      EXPECT_EQ(-1, call());
+    }
     EXPECT_EQ(3, NsIndex);
     EXPECT_TRUE(camera.writes.empty() && camera.actions.empty());
   }
 }
 
 TEST(Identification, SaysWhoseImageItIs) {
-  struct Case {
-    std::string damage;  // put at `address` of a filled EEPROM
-    std::size_t address;
-    std::string product;
-    int found;
-    int lines;  // the header's, and what is wrong with it
-  };
-  const std::vector<Case> cases = {
+  // What is put where in a filled EEPROM, whose camera's that is to be, and what is found; the
+  // lines are the header's, and what is wrong with it.
+  const std::vector<std::tuple<std::string, std::size_t, const char*, int, int>> cases = {
       {"", 0, "CAM-1", identification_match, 1},
       {"", 0, "CAM-12", identification_mismatch, 2},
-      {"", 0, "cam-1", identification_mismatch, 2},
       {"\0"s, 9, "CAM-1", identification_mismatch, 2},
       {"\xFF\xFF", 39, "CAM-1", identification_empty, 1},
       {std::string(45, '\xFF'), 0, "CAM-1", identification_empty, 1},
       {"\2", 4, "CAM-1", identification_empty, 0},
       {"\0\0\0\1"s, 0, "CAM-1", identification_empty, 1},
   };
-  for (const Case& each : cases) {
+  for (const auto& [damage, address, product, expected, count] : cases) {
     FitStartedCamera();
-    Store(each.address, each.damage);
+    Store(address, damage);
     int found = -1;
     const auto check = [&] {
       camera.questions = 0;
-      return OutputOf([&] { found = Nv_CheckIdentification(eeprom_handle, each.product); });
+      return OutputOf([&, p = product] { found = Nv_CheckIdentification(eeprom_handle, p); });
     };
     const std::string lines = check();
-    EXPECT_EQ(each.found, found) << each.product << " at " << each.address;
-    EXPECT_EQ(each.lines, std::ranges::count(lines, '\n')) << lines;
+    EXPECT_EQ(expected, found) << product << " at " << address;
+    EXPECT_EQ(count, std::ranges::count(lines, '\n')) << lines;
     // One bad read or request costs neither a factory reset nor a foreign image.
     EXPECT_LT(9, camera.questions);
     for (camera.refuse_question = camera.questions; camera.refuse_question-- > 0;) {
       (void)check();
-      ASSERT_EQ(each.found, found) << "with the bad one " << camera.refuse_question;
+      ASSERT_EQ(expected, found) << "with the bad one " << camera.refuse_question;
     }
     camera.width_answer = 1;
     (void)check();
-    EXPECT_EQ(each.found, found) << "a positive answer is no refusal";
+    EXPECT_EQ(expected, found) << "a positive answer is no refusal";
     camera.width_answer = -1;
     (void)check();
     EXPECT_EQ(identification_empty, found);
@@ -174,20 +165,28 @@ TEST(Start, LeavesAMatchingImageAlone) {
 TEST(Start, RestoresTheModuleOfAnotherCamera) {
   FitStartedCamera();
   const auto module = camera.chip;
+  // Nothing stored overwrites nothing, a capture mode has to be in the list, the width decides.
+  const std::vector<std::array<const char*, 3>> parameters = {
+      {"General.Network.eth0.DNSServer1", "198.51.100.1", "198.51.100.1"},
+      {"General.Network.eth0.IPAddress", "", "192.0.2.7"},
+      {"General.System.HTTPPort", "8080", "80"},
+      {"ImageSource.I0.Config.CaptureMode", "1280x960@25", "1280x960@25"},
+      {"ImageSource.I0.Config.MaxResolution", "1280x960", "1280x960"},
+      {"ImageSource.I0.LensControl.FocusPos", "7", "7"},
+      {"ImageSource.I0.LensControl.ZoomPos", "7", "7"},
+      {"StreamProfile.I0.Video.Resolution", "1280x2000", "1280x2000"},
+      {"StreamProfile.I1.Video.FPS", "30", "25"},
+      {"StreamProfile.I1.Video.Resolution", "640x480", "640x480"},
+      {"StreamProfile.I3.Video.FPS", "26", "25"},
+      {"StreamProfile.I3.Video.Resolution", "1281x720", "1280x960"},
+  };
   Parameters other = settings;
+  for (const auto& [path, before, after] : parameters) other[path] = before;
   other["General.Brand.ProdNbr"] = "CAM-2";
-  other["General.Network.eth0.DNSServer1"] = "198.51.100.1";
-  other["General.Network.eth0.IPAddress"] = "";
-  other["General.System.HTTPPort"] = "8080";
-  other["ImageSource.I0.Config.CaptureMode"] = "1280x960@25";
   other["ImageSource.I0.Config.CaptureModeFormatList"] = "1920x1080@15,1280x960@25";
-  other["ImageSource.I0.Config.MaxResolution"] = "1280x960";
-  other["ImageSource.I0.LensControl.FocusPos"] = other["ImageSource.I0.LensControl.ZoomPos"] = "7";
   other["Properties.Image.ResolutionFormat.List"] = "1280x960,1280x2000,1281x720,640x480";
-  other["StreamProfile.I1.Video.Resolution"] = "640x480";
   FitCamera(other);
   camera.chip = module;
-  camera.actions.clear();
   std::string output;
   const auto start = [] { EXPECT_EQ(identification_mismatch, StartDaemon()); };
   EXPECT_EQ(
@@ -202,18 +201,7 @@ TEST(Start, RestoresTheModuleOfAnotherCamera) {
       (Actions{"restore", "sleep 3", "listen", "echo \"focus=-3\" >> /mnt/mtd/lens_position_change",
                "echo \"zoom=120\" >> /mnt/mtd/lens_position_change", "save", "save"}),
       camera.actions);
-  // Nothing stored overwrites nothing, a capture mode has to be in the list, the width decides.
-  const Parameters expected = {{"General.Network.eth0.DNSServer1", "198.51.100.1"},
-                               {"General.Network.eth0.IPAddress", "192.0.2.7"},
-                               {"General.System.HTTPPort", "80"},
-                               {"ImageSource.I0.Config.CaptureMode", "1280x960@25"},
-                               {"ImageSource.I0.LensControl.ZoomPos", "7"},
-                               {"StreamProfile.I0.Video.Resolution", "1280x2000"},
-                               {"StreamProfile.I1.Video.FPS", "25"},
-                               {"StreamProfile.I1.Video.Resolution", "640x480"},
-                               {"StreamProfile.I3.Video.FPS", "25"},
-                               {"StreamProfile.I3.Video.Resolution", "1280x960"}};
-  for (const auto& [path, value] : expected) EXPECT_EQ(value, Parameter(path)) << path;
+  for (const auto& [path, before, after] : parameters) EXPECT_EQ(after, Parameter(path)) << path;
   EXPECT_EQ("\x05\x00\x03\xC0\x09\xC4"sv, Stored(8921, 6)) << "the EEPROM follows";
   EXPECT_EQ("CAM-2", Stored(9, 5));
   EXPECT_EQ(identification_match, Start());
@@ -237,13 +225,8 @@ TEST(Clamp, NeedsLimitsAndComparesWidths) {
 TEST(ReadBack, EndsWhateverTheChainSays) {
   FitStartedCamera();
   const auto filled = camera.chip;
-  struct Case {
-    std::size_t address;
-    std::string bytes;
-    std::size_t sections;
-    const char* line;
-  };
-  const std::vector<Case> cases = {
+  const std::vector<std::tuple<std::size_t, std::string, std::size_t, const char*>> cases = {
+      // what is put where, how many sections are seen then, and what is said
       {586, "\2", chain_sections,
        "Unsupported data version 2, section type 3\nNv_ReadBackCheck: Read section error.\n"},
       {4829, "\0\0\0\x08\1\0\0\x12\xDD"s, 9,
@@ -251,11 +234,11 @@ TEST(ReadBack, EndsWhateverTheChainSays) {
       {582, std::string(815, '\xFF'), 6, "loops at address 0xffffffff.\n"},
       {582, "\0\0\0\3\1\0\6\0\0"s, 7, "Unknown section type -1.\n"},
   };
-  for (const Case& each : cases) {
+  for (const auto& [address, bytes, sections, line] : cases) {
     camera.chip = filled;
-    Store(each.address, each.bytes);
-    ExpectLines({each.line}, ReadBack());
-    EXPECT_EQ(each.sections, section_list.size()) << each.line;
+    Store(address, bytes);
+    ExpectLines({line}, ReadBack());
+    EXPECT_EQ(sections, section_list.size()) << line;
   }
   camera.absent = true;
   (void)ReadBack();
@@ -293,21 +276,14 @@ TEST(PowerCut, InAFillOrResetCostsNothing) {
   EXPECT_EQ(0, outcomes[identification_mismatch]);
 }
 
-struct Message {
-  std::string text;
-  std::string output;
-  std::string written;  // runs of bytes
-  std::string shown;    // what the EEPROM holds then ...
-  std::size_t at;       // ... from here on
-};
+// The message, what is printed, the runs of bytes, and what the EEPROM holds then from where on.
 // clang-format off
-const std::vector<Message> messages = {
+const std::vector<std::tuple<std::string, const char*, const char*, std::string, std::size_t>> messages = {
     {"General.System.HTTPPort=8080", "", "753+2 41+4", "\x1F\x90", 753},
     {"General.Network.eth0.IPAddress=192.0.2.1=x", "", "592+32 41+4", "192.0.2.1=x" + std::string(21, '\0'), 592},
     {"Event.Server.S1.Location=host:/" + std::string(121, 'p'), "", "10995+32 41+4 11027+256 41+4", "/" + std::string(121, 'p') + std::string(134, '\0'), 11027},
     {"ImageSource.RecordIndex=2", "", "10246+32 41+4 11364+32 41+4", "Profile3\0"s, 11364},
     {"Image.OSD.Date=on", "", "1471+1 41+4 1472+64 41+4", "\3G=te %T\0"s, 1471},
-    {"Image.OSD.Date=off", "", "1471+1 41+4 1472+64 41+4", "\2G=te\0"s, 1471},
     {"Event.Media.M1.Type=snapshot", "", "11359+1 41+4", "\1", 11359},
     {"General.UserID.U1.User=Ym9iOndvcmQ=,01000001", "", "321+32 41+4 481+32 41+4 579+1 41+4", "\0"s, 579},
     {"remove_stpf=1", "", "6179+1350", "\0\0\0\x08\1\0\0\x1D\x69\0"s, 6179},
@@ -321,19 +297,19 @@ const std::vector<Message> messages = {
 // clang-format on
 
 TEST(Message, WritesExactlyItsFields) {
-  for (const Message& message : messages) {
+  for (const auto& [message, printed, written, shown, at] : messages) {
     FitStartedCamera();
     std::string output;
-    EXPECT_EQ(message.written, WrittenBy([&] { output = Send(message.text); })) << message.text;
-    EXPECT_EQ(message.output, output);
-    EXPECT_EQ(message.shown, Stored(message.at, message.shown.size())) << message.text;
-    if (message.text.starts_with("General.Brand")) {
-      EXPECT_EQ(message.text.substr(22), Slot_Text(product_number));
+    EXPECT_EQ(written, WrittenBy([&, m = message] { output = Send(m); })) << message;
+    EXPECT_EQ(printed, output);
+    EXPECT_EQ(shown, Stored(at, shown.size())) << message;
+    if (message.starts_with("General.Brand")) {
+      EXPECT_EQ(message.substr(22), Slot_Text(product_number));
     }
     Actions asked;  // for the other paths of a row; and nothing is saved
-    if (message.text.starts_with("Image.OSD.Date=")) asked = {"Title", "Title", "Alias"};
+    if (message.starts_with("Image.OSD.Date=")) asked = {"Title", "Title", "Alias"};
     for (auto& path : asked) path = "/bin/xmlcfg -g Image.OSD." + path + " /etc/device.conf 2>&1";
-    EXPECT_EQ(asked, camera.actions) << message.text;
+    EXPECT_EQ(asked, camera.actions) << message;
   }
 }
 

@@ -63,7 +63,6 @@ TEST(ListInstance, IsNotMadeFromABadTemplateOrList) {
       {"Media.xml", "<root><Medium/></root>", "#Error: unable to get template node \n"},
       {"Media.xml", "<root><Media op='2'/></root>", "#Error: Permission Denined \n"},
       {"Media.xml", "<root><Media op='3x'/></root>", "#Error: Permission Denined \n"},
-      {"Media.xml", "<root><Media/></root>", "#Error: Permission Denined \n"},
       {nullptr, "<root/>", "#Error: Event.Media not added yet\n"},
       {nullptr, "<root><Event><Media/></Event></root>", "#Error: find max cnt node fail!!\n"},
       {nullptr, "<root><Event><Media><MaxCnt><x/></MaxCnt></Media></Event></root>",
