@@ -45,6 +45,8 @@ with_passwords() {
 }
 
 SOURCE_DATE_EPOCH=1700000000 nvdump build -o "$work/image" camera/device.conf
+same 'give it a value in camera/device.conf, or mend the path in its row' '' \
+  "$(grep 'not in the configuration' "$work/said" || true)"
 
 (
   cd "$work"
