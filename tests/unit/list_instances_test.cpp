@@ -13,9 +13,9 @@ namespace {
 
 constexpr const char* bare_configuration =
     "<root><Event><Server><MaxCnt>2</MaxCnt></Server><Media><MaxCnt>2</MaxCnt></Media><Scheduled/>"
-    "<MemoryCard><Enabled>off</Enabled></MemoryCard></Event><StreamProfile/><General><UserID/></"
-    "General></"
-    "root>";
+    "<MemoryCard><Enabled>off</Enabled></MemoryCard></Event><StreamProfile/>"
+    "<General><UserID/></General></root>";
+
 // The simulated camera without any list instance.
 void FitBareCamera() {
   FitFactoryCamera();
