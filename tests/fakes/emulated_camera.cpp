@@ -10,7 +10,6 @@
 
 #include "config/section_list.h"
 #include "config/store.h"
-#include "daemon/log.h"
 #include "daemon/synchronise.h"
 #include "eeprom/i2c_eeprom.h"
 #include "platform/file.h"
@@ -103,9 +102,9 @@ int Shell_Run(const char* command) {
 // The only command that is ever asked for a word is the configuration tool.
 bool Shell_ReadFirstWord(const char* command, std::span<char> word) {
   camera.actions.emplace_back(command);
-  std::array<char, 128> path{};
-  if (std::sscanf(command, "/bin/xmlcfg -g %127s", path.data()) != 1) return false;
-  const std::string answer = std::string(path.data()) + "=" + Parameter(path.data());
+  const std::string words = std::string(command).substr(15);  // "/bin/xmlcfg -g PATH ..."
+  const std::string path = words.substr(0, words.find(' '));
+  const std::string answer = path + "=" + Parameter(path);
   (void)std::snprintf(word.data(), word.size(), "%s", answer.substr(0, answer.find(' ')).c_str());
   return true;
 }
@@ -138,7 +137,6 @@ void FitCamera(const Parameters& parameters) {
   eeprom_handle = 7;  // any number; nothing but the adapter sees it
   section_list.clear();
   NsIndex = 0;
-  debug_flag = 0;
   Nv_SetProductNumber("CAM-1");
 }
 

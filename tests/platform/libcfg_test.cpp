@@ -142,15 +142,16 @@ struct Merge {
 };
 constexpr const char* loaded = "<root><A>1</A><B op=\"1\">2</B></root>";
 constexpr auto set_a = [](const Loaded& file) { (void)file.Set("A", "own"); };
+constexpr auto add_m = [](const Loaded& file) {
+  cfg_node* added = cfg_add_param_node(file.root, "L.N.M");
+  (void)cfg_add_param_value(added, "5");
+  (void)cfg_cp_node_attr(added, cfg_find_param_node(file.root, "B"));
+};
 constexpr std::array merges = {
     Merge{set_a, "<!-- new --><root><B op=\"7\">7</B><A>7</A></root>",
           "<!-- new --><root><B op=\"7\">7</B><A>own</A></root>", 0},
-    Merge{[](const Loaded& file) {
-            cfg_node* added = cfg_add_param_node(file.root, "L.N.M");
-            (void)cfg_add_param_value(added, "5");
-            (void)cfg_cp_node_attr(added, cfg_find_param_node(file.root, "B"));
-          },
-          "<root><L><N>x</N></L></root>", "<root><L><N>x<M op=\"1\">5</M></N></L></root>", 0},
+    Merge{add_m, "<root><L><N>x</N></L></root>", "<root><L><N>x<M op=\"1\">5</M></N></L></root>",
+          0},
     Merge{[](const Loaded& file) { set_a(file), (void)file.Save(), (void)file.Set("B", "own"); },
           "<root><A>7</A><B>7</B></root>", "<root><A>7</A><B>own</B></root>", 0},
     Merge{[](const Loaded& file) { set_a(file), (void)file.Set("B", "own"); },
@@ -159,7 +160,7 @@ constexpr std::array merges = {
           "<root><A/></root>", 0},
     Merge{set_a, "<root><B/></root>", "<root><B/></root>", -1},
     Merge{set_a, "<root>", "<root>", -1},
-    Merge{set_a, "<device/>", "<device/>", -1},
+    Merge{add_m, "<device/>", "<device/>", -1},
     Merge{set_a, "", "<root><A>own</A><B op=\"1\">2</B></root>", 0},
 };
 

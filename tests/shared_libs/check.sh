@@ -32,7 +32,5 @@ timeout 60 bwrap --ro-bind / / --tmpfs /etc --ro-bind camera/device.conf /etc/de
   --ro-bind "$work" "$work" --bind "$work/eeprom" /dev/i2c-1 --bind "$work/gpio" /dev/gpio --unshare-ipc --unshare-net "$work/nvd"
 needed=$(readelf -d "$work/nvd" | grep -oE 'lib(cfg|network|pugixml)' | sort | paste -sd ' ')
 product=$(dd if="$work/eeprom" bs=1 skip=9 count=8 status=none)
-if [[ $needed != 'libcfg libnetwork' || $product != NVC-2400 || -e $work/xmlcfg ]]; then
-  echo "expected libcfg libnetwork, NVC-2400 and no xmlcfg, saw $needed, $product, $(ls "$work")" >&2
-  exit 1
-fi
+[[ $needed == 'libcfg libnetwork' && $product == NVC-2400 && ! -e $work/xmlcfg ]] ||
+  fail "expected libcfg libnetwork, NVC-2400 and no xmlcfg, saw $needed, $product, $(ls "$work")"

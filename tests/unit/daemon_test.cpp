@@ -158,6 +158,7 @@ TEST(Start, LeavesAMatchingImageAlone) {
     EXPECT_EQ(long{45 + EEPROM_IMAGE_SIZE + 2 + chain_sections}, camera.questions);
     EXPECT_EQ(chain_sections, section_list.size());
     EXPECT_EQ((Actions{"listen"}), camera.actions) << "nothing is saved";
+    EXPECT_EQ(std::string::npos, said.find("save")) << said;
   }
 }
 
@@ -167,6 +168,7 @@ TEST(Start, RestoresTheModuleOfAnotherCamera) {
   const auto module = camera.chip;
   // Nothing stored overwrites nothing, a capture mode has to be in the list, the width decides.
   const std::vector<std::array<const char*, 3>> parameters = {
+      {"Event.Server.S1.Location", "//nas/attic", "//nas/video"},
       {"General.Network.eth0.DNSServer1", "198.51.100.1", "198.51.100.1"},
       {"General.Network.eth0.IPAddress", "", "192.0.2.7"},
       {"General.System.HTTPPort", "8080", "80"},
@@ -201,6 +203,7 @@ TEST(Start, RestoresTheModuleOfAnotherCamera) {
       camera.actions);
   for (const auto& [path, before, after] : parameters) EXPECT_EQ(after, Parameter(path)) << path;
   EXPECT_EQ("\x05\x00\x03\xC0\x09\xC4"sv, Stored(8921, 6)) << "the EEPROM follows";
+  EXPECT_EQ("\x02\x80\x01\xE0"sv, Stored(6221, 4)) << "with what the camera keeps";
   EXPECT_EQ("CAM-2", Stored(9, 5));
   EXPECT_EQ(identification_match, Start());
 }
@@ -284,7 +287,7 @@ const std::vector<std::tuple<std::string, const char*, const char*, std::string,
     {"Image.OSD.Date=on", "", "1471+1 41+4 1472+64 41+4", "\3G=te %T\0"s, 1471},
     {"Event.Media.M1.Type=snapshot", "", "11359+1 41+4", "\1", 11359},
     {"General.UserID.U1.User=Ym9iOndvcmQ=,01000001", "", "321+32 41+4 481+32 41+4 579+1 41+4", "\0"s, 579},
-    {"remove_stpf=1", "", "6179+1350", "\0\0\0\x08\1\0\0\x1D\x69\0"s, 6179},
+    {"remove_stpf=1", "", "6179+1350", "\0\0\0\x08\1\0\0\x1D\x69"s + std::string(41, '\0') + "\1", 6179},
     {"remove_userX=1", "i=2\ni=7\ni=12\n", "321+32 41+4 481+32 41+4 579+1 41+4", std::string(32, '\0'), 321},
     {"remove_record=0", "", "10239+1 41+4 10504+64 41+4 10568+64 41+4 10632+64 41+4 10696+64 41+4 11357+1 41+4 11562+64 41+4 11626+64 41+4 11690+64 41+4 11818+64 41+4", "\0"s, 10239},
     {"remove_server=1", "remove sever=1\nNsIndex=-1\n", "10952+1122", "\0\0\0\x0A\1\0\0\0\0\0"s, 10952},
@@ -334,7 +337,7 @@ TEST(Store, FindsTheFirstNetworkStorageServer) {
   const std::vector<std::tuple<const char*, const char*, const char*, int>> cases = {
       {"0", "ns", "ns", -1},
       {"6", "ns", "ns", 1},
-      {"6", "NS", "ns", 5},
+      {"6", "nsx", "ns", 5},
       {"5", "NS", "ns", -1},
       {"9999999999", "NS", "NS", -1}};
   for (const auto& [count, type, other, index] : cases) {
