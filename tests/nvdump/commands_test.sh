@@ -13,6 +13,7 @@ answer_help "$@"
 build=$(realpath "$1")
 cd "$root"
 work=$(mktemp -d)
+export TMPDIR=$work
 camera() { camera/camera --build "$build" --state "$work/camera" --timeout 60 "$@"; }
 trap 'camera kill >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
 faults=0
@@ -148,6 +149,7 @@ done <<'EOF_STATUS'
 0|build -o - conf
 0|list --device image 'General.*'
 0|extract --config b b
+1|extract --config b image
 1|diff image blank
 1|get --source image General.System.HTTPPort no.such
 1|list image no.such 'General.*'
@@ -160,7 +162,6 @@ done <<'EOF_STATUS'
 2|diff - - <image
 2|info --strict image
 2|diff image
-2|info no/such image
 2|info conf.d ''
 2|info ../../../../dev/null
 2|info <image
@@ -173,7 +174,6 @@ done <<'EOF_STATUS'
 2|dump -o image --force - <image
 2|extract --config conf -o conf --force image
 2|build -o /dev/full --force conf
-2|build -o new blank
 2|build -o new --strict long
 2|info image >/dev/full
 2|build -o new foreign
@@ -182,7 +182,7 @@ done <<'EOF_STATUS'
 2|map --from 12074 image
 2|map --section ss image
 EOF_STATUS
-same 'command lines' 43 "$cases"
+same 'command lines' 42 "$cases"
 same 'options of the man page' "$(nvdump --help | grep -oE '^  --[a-z]+' | tr -d ' ' | sort)" \
   "$(sed -n '/^.Sh OPTIONS/,/^.El/p' packaging/nvdump.1 | sed -n 's/^.It//p' | grep -oE -- 'Fl -[a-z]+' | sed 's/Fl /-/' | sort)"
 same 'copy' '' "$(cmp "$work/image" "$work/copy" 2>&1)"
@@ -241,6 +241,6 @@ same 'another product' '0009: id id: NVC-2400 here, OTHER-1 in the configuration
   "$(nvdump verify --config - "$work/built" <"$work/base" | head -n 1 || true)"
 nvdump extract --config "$work/base" --templates camera/template -o "$work/extracted" "$work/built"
 same 'a restore' '' "$(cmp "$work/extracted" "$conf" 2>&1)"
-! cmp -s "$work/base" "$conf" || same 'a restore' 'a change' 'none'
 
+same 'working copies that are left' '' "$(compgen -G "$work/nvdump.*" || true)"
 ((faults == 0)) || exit 1
