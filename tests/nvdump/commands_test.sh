@@ -188,7 +188,7 @@ same 'options of the man page' "$(nvdump --help | grep -oE '^  --[a-z]+' | tr -d
 same 'copy' '' "$(cmp "$work/image" "$work/copy" 2>&1)"
 same 'padded' '600 32768 0' "$(stat -c '%a %s' "$work/padded") $(tail -c +$((size + 1)) "$work/padded" | tr -d '\377' | wc -c)"
 same 'a refused build' '' "$(ls "$work/new" 2>/dev/null || true)"
-same 'a broken pipe' '' "$(nvdump list "$work/image" | true; cat "$work/said")"
+same 'a broken pipe' '' "$(nvdump map --hex --json "$work/conf" | true; cat "$work/said")"
 damage 592:1bc29b7f00 753:ffff
 same 'control characters' '\x1b\xc2\x9b\x7f' "$(nvdump get --source "$work/damaged" General.Network.eth0.IPAddress)"
 port=$(printf '02f1  %-24s 65535 <- General.System.HTTPPort' ssnt_http_port)
