@@ -1,20 +1,26 @@
 // SPDX-License-Identifier: MIT
-#include "nvdump/image.h"
-
+// Where an image comes from, a file, a configuration or the chip on the I/O board, and what its
+// bytes are.
 #include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstdio>
 #include <cstring>
-#include <set>
+#include <filesystem>
+#include <utility>
 
 #include "eeprom/i2c_eeprom.h"
 #include "eeprom/identification.h"
-#include "nvdump/options.h"
-#include "nvdump/text.h"
+#include "nvdump/nvdump.h"
 #include "param/conversion.h"
+#include "platform/file.h"
+#include "platform/host.h"
 #include "platform/i2c_bus.h"
 #include "sections/chain.h"
 #include "sections/section.h"
@@ -22,22 +28,136 @@
 
 namespace {
 
-constexpr std::array<std::array<const char*, 2>, chain_sections> section_titles = {{
-    {"id", "identification"},
-    {"ssdt", "date and time"},
-    {"sssc", "users"},
-    {"ssnt", "network"},
-    {"lvim", "image"},
-    {"lvln", "lens"},
-    {"lvad", "audio"},
-    {"lvdn", "day/night and infrared"},
-    {"stpf0", "stream profile I0"},
-    {"stpf1", "stream profile I1"},
-    {"stpf2", "stream profile I2"},
-    {"stpf3", "stream profile I3"},
-    {"srin", "recording to the memory card"},
-    {"srex", "recording to network storage"},
-}};
+constexpr std::size_t largest_image = 0x10000;  // its addresses have 16 bits
+constexpr std::size_t largest_configuration = 0x100000;
+// A chip is silent for 10 ms after each write, and a daemon that writes a long text leaves little
+// time in between.
+constexpr unsigned patience_ms = 500;
+
+const I2cAdapter* chip_adapter;  // behind the one that asks again
+I2cAdapter patient_reader;
+std::string chip_fault;  // of the first byte that gave no answer
+std::size_t bytes_read;
+std::chrono::steady_clock::time_point started;
+
+bool TakesLong() {
+  return isatty(STDERR_FILENO) != 0 &&
+         std::chrono::steady_clock::now() - started > std::chrono::seconds(1);
+}
+
+const char* Reason() { return errno == ENOTTY ? "no I2C bus" : std::strerror(errno); }
+
+// Asks the chip until it answers, or until it would have long ago.
+ssize_t ReadChip(int fd, std::span<std::uint8_t> buffer) {
+  for (unsigned attempt = 1; chip_fault.empty(); ++attempt) {
+    std::array transfer{buffer[0], buffer[1]};
+    if (chip_adapter->read(fd, transfer) > 0) {
+      buffer[0] = transfer[0];
+      const bool is_step = ++bytes_read % 256 == 0;
+      if (is_step && TakesLong()) (void)std::fprintf(stderr, "\r%zu bytes read", bytes_read);
+      return static_cast<ssize_t>(buffer.size());
+    }
+    if (errno == ENOTTY || attempt == patience_ms) {
+      chip_fault = Format("address %04x stays silent: ", I2c_RegisterAddress(buffer)) + Reason();
+    }
+    Host_SleepMicroseconds(1000);
+  }
+  return -1;
+}
+
+ssize_t NeverWrite(int /*fd*/, std::span<const std::uint8_t> /*buffer*/) { return -1; }
+
+// Where the chain ends, by its headers. Behind a first one that is none, the second section lies
+// where it belongs if a fill was cut short.
+std::size_t EndOfChain(int fd) {
+  std::size_t end = 0;
+  ChainWalk walk;
+  ChainStep step = ChainStep::next;
+  while (step == ChainStep::next && walk.position < chain_sections &&
+         walk.address < largest_image) {
+    SectionRecord record;
+    record.address = walk.address;
+    EEprom_ReadHeader(fd, record);
+    const std::size_t payload = Section_PayloadSize(record.type);
+    end = std::max<std::size_t>(end, Section_FieldAddress(walk.address, payload));
+    const bool is_begun = walk.position > 0 || record.type == SectionType::identification;
+    if (!is_begun) record.next_address = Section_FieldAddress(0, PayloadSize(Map_At(0).fields));
+    step = Chain_Advance(walk, record.next_address);
+  }
+  return std::min(end, largest_image);
+}
+
+std::vector<std::uint8_t> ReadOnce(int fd, const std::string& name) {
+  (void)EEprom_SelectByteWidth(fd);
+  std::vector<std::uint8_t> bytes(EndOfChain(fd));
+  EEprom_ReadBytes(fd, 0, bytes);
+  if (TakesLong()) (void)std::fputs("\r\x1B[K", stderr);
+  if (!chip_fault.empty()) throw Failure(name + ": " + chip_fault);
+  return bytes;
+}
+
+// Whether anybody holds the device's lock, as a running daemon does. A lock that is taken to find
+// out, however short, keeps a daemon that starts in that moment from its device. Throws Failure
+// when that leaves nothing to be read.
+bool IsShared(int fd, const Options& options, const std::string& name) {
+  struct stat status {};
+  std::string locks;
+  if (fstat(fd, &status) != 0 || File_Read("/proc/locks", locks) != 0) return false;
+  // "1: FLOCK  ADVISORY  WRITE 4711 00:05:123 0 EOF"
+  const std::string file = Format(" %02x:%02x:", major(status.st_dev), minor(status.st_dev)) +
+                           std::to_string(status.st_ino) + " ";
+  if (locks.find(file) == locks.npos) return false;
+  if (chip_adapter != &i2c_vendor_adapter || options.flags.at("anyway")) return true;
+  throw Failure(name +
+                ": in use by a daemon, and its driver would mix up both; stop nvd, or --anyway");
+}
+
+// Reads the device as far as its chain of sections goes, and never writes. Beside a daemon, which
+// may be started meanwhile, what reads the same twice is whole.
+void OpenChip(const Options& options, Image& image) {
+  constexpr int most_readings = 10;
+  const int fd = I2c_OpenToRead(image.name.c_str());
+  if (fd < 0) throw Failure(image.name + ": " + Reason());
+  image.adapter = I2c_AdapterName();
+  chip_adapter = I2c_UseAdapter(&patient_reader);
+  patient_reader = *chip_adapter;
+  patient_reader.write = NeverWrite;
+  patient_reader.read = ReadChip;
+  chip_fault.clear();
+  started = std::chrono::steady_clock::now();
+  (void)IsShared(fd, options, image.name);
+  std::vector<std::uint8_t> before;
+  int readings = 0;
+  do {
+    before = std::exchange(image.bytes, ReadOnce(fd, image.name));
+  } while (IsShared(fd, options, image.name) && image.bytes != before &&
+           ++readings < most_readings);
+  if (readings == most_readings) {
+    Say(image.name + ": keeps changing, a value may be half old and half new");
+  }
+  I2c_Close(fd);
+}
+
+// The type of an image's first section does not begin with a "<".
+bool IsConfiguration(std::string_view content) {
+  const std::size_t first = content.find_first_not_of("\xEF\xBB\xBF \t\r\n");
+  return first != std::string_view::npos && content[first] == '<';
+}
+
+void OpenFile(Image& image) {
+  const std::string content = Source_Read(image.name);
+  if (IsConfiguration(content)) {
+    Config_Use(image.name, content);
+    image.adapter = "configuration";
+    image.bytes = Start_Fill(Host_Time());
+    return;
+  }
+  image.adapter = image.name == "-" ? "standard input" : "file";
+  image.bytes.assign(content.begin(), content.end());
+  if (image.bytes.size() <= largest_image) return;
+  Say(image.name + Format(": only the first %zu bytes are read", largest_image));
+  image.bytes.resize(largest_image);
+}
 
 bool IsErased(std::span<const std::uint8_t> bytes) {
   return std::ranges::all_of(bytes, [](auto byte) { return byte == 0xFF; });
@@ -68,38 +188,38 @@ void ReadSections(Image& image) {
   ChainStep step = ChainStep::next;
   while (step == ChainStep::next && walk.position < chain_sections &&
          walk.address < image.bytes.size()) {
-    auto& [position, record, is_readable] = image.sections.emplace_back();
-    position = walk.position;
+    SectionRecord& record = image.sections.emplace_back();
     record.address = walk.address;
-    is_readable = EEprom_ReadSection(eeprom_handle, record) == 0 &&
-                  Section_FieldAddress(walk.address, record.data.size()) <= image.bytes.size();
-    if (!is_readable) (void)EEprom_WriteByte(eeprom_handle, walk.address, 0xFF);
+    if (EEprom_ReadSection(eeprom_handle, record) != 0 ||
+        Section_FieldAddress(walk.address, record.data.size()) > image.bytes.size()) {
+      record.data.clear();
+      (void)EEprom_WriteByte(eeprom_handle, walk.address, 0xFF);
+    }
     step = Chain_Advance(walk, record.next_address);
   }
 }
 
 void AddRanges(Image& image) {
   const std::size_t size = image.bytes.size();
-  for (const StoredSection& section : image.sections) {
-    std::size_t at = section.record.address, offset = 0;
-    const std::size_t payload = at + SECTION_HEADER_SIZE;
-    image.ranges.push_back({at, std::min(payload, size) - at, &section});
-    for (const Field& field : Map_At(section.position).fields) {
-      const std::size_t end = offset + field.format.size;
-      if (!section.is_readable || end > section.record.data.size()) break;
-      image.ranges.push_back({payload + offset, field.format.size, &section, &field, offset});
-      offset = end;
+  for (std::size_t position = 0; position < image.sections.size(); ++position) {
+    const SectionRecord& section = image.sections[position];
+    const std::size_t at = section.address, payload = at + SECTION_HEADER_SIZE;
+    image.ranges.push_back({at, std::min(payload, size) - at, position, &section});
+    std::size_t offset = 0;
+    for (const Field& field : Map_At(position).fields) {
+      const std::size_t length = field.format.size;
+      if (offset + length > section.data.size()) break;
+      image.ranges.push_back({payload + offset, length, position, &section, &field, offset});
+      offset += length;
     }
   }
-  std::vector<bool> is_known(size + 1);
-  for (const Range& range : image.ranges) {
-    std::fill_n(is_known.begin() + static_cast<std::ptrdiff_t>(range.address), range.size, true);
-  }
-  is_known[size] = true;
-  for (std::size_t from = 0, at = 0; at <= size; ++at) {
-    if (!is_known[at]) continue;
-    if (at > from) image.ranges.push_back({from, at - from});
-    from = at + 1;
+  std::vector<Range> ascending = image.ranges;
+  std::ranges::stable_sort(ascending, {}, &Range::address);
+  ascending.push_back({size, 0});
+  std::size_t end = 0;
+  for (const Range& range : ascending) {
+    if (range.address > end) image.ranges.push_back({end, range.address - end});
+    end = std::max(end, range.address + range.size);
   }
 }
 
@@ -107,8 +227,8 @@ void AddRanges(Image& image) {
 // there, and what no section describes, which may be left of a password unless it is uniform.
 void HideSecrets(Image& image) {
   const auto hide = [&image](std::size_t from, std::size_t size) {
-    const std::size_t end = std::min(from + size, image.bytes.size());
-    for (std::size_t i = from; i < end; ++i) image.secret[i] = true;
+    const auto bytes = std::span(image.secret).subspan(std::min(from, image.secret.size()));
+    std::ranges::fill(bytes.first(std::min(size, bytes.size())), 1);
   };
   std::size_t at = 0;
   for (const SectionMap& map : section_maps) {
@@ -118,19 +238,48 @@ void HideSecrets(Image& image) {
       at += field.format.size;
     }
   }
-  for (const auto& [address, size, section, field, offset] : image.ranges) {
+  for (const auto& [address, size, position, section, field, offset] : image.ranges) {
     const auto bytes = std::span(image.bytes).subspan(address, size);
     const bool is_uniform = std::ranges::count(bytes, bytes[0]) == std::ssize(bytes);
-    const bool is_stray =
-        section != nullptr && section->record.type != Map_At(section->position).type;
-    const bool is_secret = section == nullptr
-                               ? !is_uniform
-                               : field != nullptr && (is_stray || field->format.is_secret);
+    const bool is_stray = section != nullptr && section->type != Map_At(position).type;
+    const bool is_secret =
+        field != nullptr ? is_stray || field->format.is_secret : section == nullptr && !is_uniform;
     if (is_secret) hide(address, size);
   }
 }
 
 }  // namespace
+
+Image Source_Open(const Options& options, const std::string& operand) {
+  Image image;
+  image.name = operand.empty() ? options.words.at("device") : operand;
+  if (image.name.empty()) throw Failure("no source: name a file, or --device PATH for a chip");
+  std::error_code ignored;
+  const bool is_chip = operand.empty() || std::filesystem::is_character_file(operand, ignored);
+  if (is_chip) OpenChip(options, image);
+  if (!is_chip) OpenFile(image);
+  Image_Parse(image, options.flags.at("secrets"));
+  return image;
+}
+
+std::string Source_Read(const std::string& name) {
+  static bool input_is_read = false;
+  if (name == "-" && std::exchange(input_is_read, true)) {
+    throw Failure("-: standard input can be read once only");
+  }
+  std::FILE* const file = name == "-" ? stdin : std::fopen(name.c_str(), "re");
+  if (file == nullptr) throw Failure(name + ": " + std::strerror(errno));
+  std::string content(largest_configuration + 1, '\0');
+  std::size_t size = std::fread(content.data(), 1, largest_image + 1, file);
+  const bool goes_on = IsConfiguration(content) && size > largest_image;
+  if (goes_on) size += std::fread(&content[size], 1, content.size() - size, file);
+  content.resize(size);
+  const int error = std::ferror(file) != 0 ? errno : 0;
+  if (file != stdin) (void)std::fclose(file);
+  if (error != 0) throw Failure(name + ": read: " + std::strerror(error));
+  if (content.size() > largest_configuration) throw Failure(name + ": longer than 1 MiB");
+  return content;
+}
 
 void Image_Fit(std::span<const std::uint8_t> bytes) {
   static const int memory = memfd_create("image", MFD_CLOEXEC);
@@ -144,52 +293,20 @@ void Image_Fit(std::span<const std::uint8_t> bytes) {
 
 void Image_Parse(Image& image, bool secrets) {
   Image_Fit(image.bytes);
-  image.secret.assign(image.bytes.size(), false);
+  image.secret.assign(image.bytes.size(), 0);
   image.state = StateOf(image);
   const bool is_filled = image.state == ImageState::filled;
   if (is_filled || image.state == ImageState::unfinished) ReadSections(image);
   AddRanges(image);
   if (!secrets) HideSecrets(image);
-  if (!is_filled) return;
-  const SectionRecord& record = image.sections[0].record;
-  const auto [id_offset, id_size] = identification_id;
-  const auto [time_offset, time_size] = identification_time;
-  image.product = Field_Text(Section_Field(record, id_offset, id_size));
-  image.time = Field_Number(Section_Field(record, time_offset, time_size));
+  if (!is_filled || image.sections[0].data.empty()) return;
+  image.product = Field_Text(Field_Bytes(image.ranges.at(1)));
+  image.time = Field_Number(Field_Bytes(image.ranges.at(2)));
 }
 
 std::size_t Image_Count(const Image& image) {
-  const auto count = std::ranges::count(image.sections, true, &StoredSection::is_readable);
-  return static_cast<std::size_t>(count);
-}
-
-bool Image_SayWhatIsMissing(const Image& image) {
-  if (image.state == ImageState::blank || image.state == ImageState::test_board) return false;
-  std::set<std::string> all, stored;
-  std::string sections;
-  for (std::size_t position = 0; position < chain_sections; ++position) {
-    const bool is_there = position < image.sections.size();
-    if (!is_there || !image.sections[position].is_readable) {
-      sections += std::string(" ") + Section_Name(position);
-    }
-    for (const Field& field : Map_At(position).fields) {
-      for (const std::string& path : Field_Paths(position, field)) all.insert(path);
-    }
-  }
-  for (const auto& [address, size, section, field, offset] : image.ranges) {
-    if (field == nullptr) continue;
-    for (const std::string& path : Field_Paths(section->position, *field)) stored.insert(path);
-  }
-  if (sections.empty() && all == stored) return false;
-  Say(image.name + ": can't be read:" + sections +
-      Format("; %zu parameters are missing", all.size() - stored.size()));
-  return true;
-}
-
-bool Image_Hides(const Image& image, const Range& range) {
-  const auto begin = image.secret.begin() + static_cast<std::ptrdiff_t>(range.address);
-  const auto end = begin + static_cast<std::ptrdiff_t>(range.size);
-  return std::find(begin, end, true) != end;
+  return static_cast<std::size_t>(std::ranges::count_if(
+      image.sections, [](const SectionRecord& section) { return !section.data.empty(); }));
 }
 
 const char* State_Name(ImageState state) {
@@ -198,36 +315,13 @@ const char* State_Name(ImageState state) {
 }
 
 std::span<const std::uint8_t> Field_Bytes(const Range& range) {
-  return Section_Field(range.section->record, range.offset, range.size);
+  return Section_Field(*range.section, range.offset, range.size);
 }
 
 ValueSlots Field_Values(const Range& range) {
   ValueSlots slots{};
-  SectionRecord record = range.section->record;  // a conversion may mend the field
+  SectionRecord record = *range.section;  // a conversion may mend the field
   const Field& field = *range.field;
   (void)Param_SectionToConfig(record, slots, field.key, range.offset, field.format);
   return slots;
-}
-
-std::string Field_Key(const Range& range) {
-  const auto& [text, number] = range.field->key;
-  const std::size_t position = range.section->position;
-  const std::size_t rows = Map_Rows(Map_At(position)).size();
-  const bool has_row = range.field < Map_At(position).fields.data() + rows;
-  if (position > 0 && !has_row) return {};
-  return std::string(text) + (number > 0 ? std::to_string(number) : "");
-}
-
-std::vector<std::string> Field_Paths(std::size_t position, const Field& field) {
-  const PathText text = Map_Paths(Map_At(position), field);
-  const RowPaths paths = Map_SplitPaths(text.data());
-  return {paths.path.begin(), paths.path.begin() + paths.count};
-}
-
-const char* Section_Name(std::size_t position) { return section_titles.at(position)[0]; }
-const char* Section_Content(std::size_t position) { return section_titles.at(position)[1]; }
-
-bool IsSection(const std::string& name, std::string_view wanted) {
-  const std::size_t without_number = name.find_last_not_of("0123456789") + 1;
-  return wanted.empty() || name == wanted || name.substr(0, without_number) == wanted;
 }

@@ -5,15 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <variant>
 
-#include "nvdump/image.h"
-#include "nvdump/options.h"
-#include "nvdump/text.h"
+#include "nvdump/nvdump.h"
 #include "platform/file.h"
 
 namespace {
@@ -59,120 +56,88 @@ Exit status: 0 fine, equal, found; 1 differences, findings, not stored, not read
 usage, a source that can't be read, an output that was not written.
 )";
 
-struct Command {
+struct CommandRow {
   std::string_view name;
-  std::string_view options;  // the letters of those that it has
+  std::string_view options;  // those that it has
   std::size_t least, most;   // operands
-  int (*run)(const Options& options, std::string& out);
+  Command* run;
+  bool takes_each = false;  // of its operands as one of its own
 };
-constexpr std::array<Command, 9> commands = {{
-    {"info", "DAj", 0, SIZE_MAX, Info},
-    {"list", "DAjsalS", 0, SIZE_MAX, List},
-    {"get", "DAjsr", 1, SIZE_MAX, Get},
-    {"map", "DAjsSxFN", 0, 1, Map},
-    {"verify", "DAjsct", 0, SIZE_MAX, Verify},
-    {"diff", "DAjs", 2, 2, Diff},
-    {"build", "ofTzRst", 1, 1, Build},
-    {"extract", "DAsofct", 0, 1, Extract},
-    {"dump", "DAof", 0, 1, Dump},
-}};
-
-struct OptionRow {
-  char letter;
-  const char* name;
-  std::variant<bool Options::*, std::string Options::*, std::size_t Options::*> member;
-  std::size_t most = SIZE_MAX;
-};
-constexpr std::array<OptionRow, 18> option_rows = {{
-    {'a', "all", &Options::all},
-    {'A', "anyway", &Options::anyway},
-    {'c', "config", &Options::config},
-    {'N', "count", &Options::count},
-    {'D', "device", &Options::device},
-    {'f', "force", &Options::force},
-    {'F', "from", &Options::from},
-    {'x', "hex", &Options::hex},
-    {'j', "json", &Options::json},
-    {'l', "long", &Options::is_long},
-    {'o', "output", &Options::output},
-    {'s', "secrets", &Options::secrets},
-    {'S', "section", &Options::section},
-    {'z', "size", &Options::size, 0x80000},
-    {'r', "source", &Options::source},
-    {'R', "strict", &Options::strict},
-    {'t', "templates", &Options::templates},
-    {'T', "time", &Options::time, UINT32_MAX},
+constexpr std::array<CommandRow, 9> commands = {{
+    {"info", "anyway device json", 0, SIZE_MAX, Info, true},
+    {"list", "all anyway device json long secrets section", 0, SIZE_MAX, List},
+    {"get", "anyway device json secrets source", 1, SIZE_MAX, Get},
+    {"map", "anyway count device from hex json secrets section", 0, 1, Map},
+    {"verify", "anyway config device json secrets templates", 0, SIZE_MAX, Verify, true},
+    {"diff", "anyway device json secrets", 2, 2, Diff},
+    {"build", "force output secrets size strict templates time", 1, 1, Build},
+    {"extract", "anyway config device force output secrets templates", 0, 1, Extract},
+    {"dump", "anyway device force output", 0, 1, Dump},
 }};
 
 struct WrongUsage : Failure {
   explicit WrongUsage(const std::string& what) : Failure(what + "; see nvdump --help") {}
 };
 
-std::size_t NumberOf(std::string_view text, std::size_t most) {
-  std::size_t number = 0;
-  const bool is_hex = text.starts_with("0x");
-  const std::string_view digits = text.substr(is_hex ? 2 : 0);
-  const char* end = digits.data() + digits.size();
-  const auto [behind, error] = std::from_chars(digits.data(), end, number, is_hex ? 16 : 10);
-  if (error == std::errc() && behind == end && number <= most) return number;
-  throw WrongUsage(std::string(text) + " is no number, or too large");
-}
-
-void Set(Options& options, const OptionRow& row, const char* value) {
-  const auto* const flag = std::get_if<bool Options::*>(&row.member);
-  const auto* const text = std::get_if<std::string Options::*>(&row.member);
-  const auto* const number = std::get_if<std::size_t Options::*>(&row.member);
-  if (flag != nullptr) options.*(*flag) = true;
-  if (flag == nullptr && *value == '\0')
-    throw WrongUsage("an empty word for --" + std::string(row.name));
-  if (text != nullptr) options.*(*text) = value;
-  if (number != nullptr) options.*(*number) = NumberOf(value, row.most);
-}
-
-void CheckSection(const std::string& section) {
-  for (std::size_t position = 0; position < chain_sections; ++position) {
-    if (IsSection(Section_Name(position), section)) return;
-  }
-  throw WrongUsage("--section " + section + ": no such section");
-}
-
-// The command line's options, those of a command behind its name.
-std::vector<option> OptionsOf(const Command* command) {
+// Reads the options behind the command, of those that it has. Returns whether only the help or the
+// version is wanted, which is then in `out`.
+bool ReadOptions(int argc, char* argv[], std::string_view own, Options& options, std::string& out) {
   std::vector<option> table = {{"help", no_argument, nullptr, 'h'},
                                {"version", no_argument, nullptr, 'v'}};
-  for (const OptionRow& row : option_rows) {
-    if (command == commands.end() || command->options.find(row.letter) == std::string_view::npos)
-      continue;
-    const bool is_flag = std::holds_alternative<bool Options::*>(row.member);
-    table.push_back({row.name, is_flag ? no_argument : required_argument, nullptr, row.letter});
-  }
+  const auto add = [&table, own](const std::string& name, int argument) {
+    if (own.find(name) != own.npos) table.push_back({name.c_str(), argument, nullptr, 0});
+  };
+  for (const auto& [name, value] : options.flags) add(name, no_argument);
+  for (const auto& [name, value] : options.words) add(name, required_argument);
   table.push_back({});
-  return table;
+  const char* const letters = own.find("output") == own.npos ? ":h" : ":ho:";
+  opterr = 0;
+  for (int letter = 0, index = 0;
+       (letter = getopt_long(argc, argv, letters, table.data(), &index)) != -1;) {
+    if (letter == 'h' || letter == 'v') {
+      out = letter == 'h' ? help : "nvdump " NVD_VERSION "\n";
+      return true;
+    }
+    const std::string word = options.command + " " + argv[optind - 1];
+    if (letter == '?') throw WrongUsage(word + ": no such option");
+    const std::string name =
+        letter == 'o' ? "output" : table.at(static_cast<std::size_t>(index)).name;
+    if (letter == ':') throw WrongUsage(word + " needs a value");
+    if (optarg != nullptr && *optarg == '\0') throw WrongUsage("an empty word for --" + name);
+    if (optarg == nullptr) options.flags[name] = true;
+    if (optarg != nullptr) options.words[name] = optarg;
+  }
+  return false;
+}
+
+// Looks at each operand, and goes on behind one that can't be read. Returns the worst status.
+int RunOnEach(const CommandRow& command, Options options, std::string& out) {
+  int status = exit_fine;
+  for (const std::vector<std::string> operands = options.operands;
+       const std::string& name : operands) {
+    try {
+      std::string own;
+      options.operands = {name};
+      status = std::max(status, command.run(options, own));
+      const bool has_title = operands.size() > 1 && !options.flags.at("json");
+      out += (has_title ? Escaped(name) + ":\n" : "") + own;
+    } catch (const Failure& failure) {
+      Say(failure.what());
+      status = exit_fails;
+    }
+  }
+  return status;
 }
 
 int Run(int argc, char* argv[], std::string& out) {
   Options options;
+  // A build that is to be the same again names its time.
+  if (const char* const epoch = std::getenv("SOURCE_DATE_EPOCH")) options.words["time"] = epoch;
   options.command = argc > 1 ? argv[1] : "";
-  const auto* const command = std::ranges::find(commands, options.command, &Command::name);
+  const auto* const command = std::ranges::find(commands, options.command, &CommandRow::name);
   const bool is_known = command != commands.end();
-  const std::vector<option> table = OptionsOf(command);
-  const char* const short_options =
-      is_known && command->options.find('o') != std::string_view::npos ? ":ho:" : ":h";
   optind = is_known ? 2 : 1;
-  opterr = 0;
-  for (int letter = 0;
-       (letter = getopt_long(argc, argv, short_options, table.data(), nullptr)) != -1;) {
-    if (letter == 'h' || letter == 'v') {
-      out = letter == 'h' ? help : "nvdump " NVD_VERSION "\n";
-      return exit_fine;
-    }
-    const auto* const row = std::ranges::find(option_rows, letter, &OptionRow::letter);
-    if (row == option_rows.end()) {
-      const char* const why = letter == ':' ? " needs a value" : ": no such option";
-      throw WrongUsage(options.command + " " + argv[optind - 1] + why);
-    }
-    Set(options, *row, optarg);
-  }
+  if (ReadOptions(argc, argv, is_known ? command->options : "", options, out)) return exit_fine;
   if (!is_known) throw WrongUsage("unknown command '" + options.command + "'");
   options.operands.assign(argv + optind, argv + argc);
   const std::size_t count = options.operands.size();
@@ -180,23 +145,25 @@ int Run(int argc, char* argv[], std::string& out) {
     throw WrongUsage(options.command + ": not so many operands");
   }
   if (std::ranges::count(options.operands, "") > 0) throw WrongUsage("an operand is empty");
-  CheckSection(options.section);
   if (count == 0) options.operands.emplace_back();
   // Elsewhere it is a bus with who knows what at that address.
-  if (options.device.empty() && File_Exists("/opt/template")) options.device = "/dev/i2c-1";
-  return command->run(options, out);
+  std::string& device = options.words["device"];
+  if (device.empty() && File_Exists("/opt/template")) device = "/dev/i2c-1";
+  return command->takes_each ? RunOnEach(*command, options, out) : command->run(options, out);
 }
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  // A reader that has seen enough ends the program without a word, whatever it was started with.
-  (void)std::signal(SIGPIPE, SIG_DFL);
+  // A reader that has seen enough ends the program without a word, but not before it has cleaned
+  // up.
+  (void)std::signal(SIGPIPE, SIG_IGN);
   std::string out;
   try {
     const int status = Run(argc, argv, out);
     const bool is_written = std::fwrite(out.data(), 1, out.size(), stdout) == out.size();
     if (is_written && std::fflush(stdout) == 0) return status;
+    if (errno == EPIPE) return 128 + SIGPIPE;
     throw Failure(std::string("standard output: ") + std::strerror(errno));
   } catch (const std::exception& failure) {
     Say(failure.what());

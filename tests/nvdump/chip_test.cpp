@@ -8,21 +8,19 @@
 
 #include <cerrno>
 
-#include "nvdump/source.h"
-#include "nvdump/start.h"
-#include "nvdump/text.h"
+#include "nvdump/nvdump.h"
 #include "tests/fakes/i2c_device.h"
 
 namespace {
 
-std::vector<std::uint8_t> chip;
+std::string chip;
 std::function<bool(std::size_t address)> answers;  // asked at each transfer; may change the chip
 
 int Transfer(std::span<i2c_msg> messages) {
   const std::size_t address = messages[0].buf[0] * 256U + messages[0].buf[1];
   EXPECT_EQ(2U, messages.size()) << "a read, and nothing else";
   if (!answers(address)) return errno = ENXIO, -1;
-  messages[1].buf[0] = address < chip.size() ? chip[address] : 0xFF;
+  messages[1].buf[0] = address < chip.size() ? static_cast<std::uint8_t>(chip[address]) : 0xFF;
   return 2;
 }
 
@@ -31,21 +29,20 @@ struct Chip : testing::Test {
       open("/dev/full", O_RDONLY | O_CLOEXEC);  // any character device; locked as by a daemon
 
   Chip() {
-    const std::string factory = CAMERA_FOLDER "/device.conf";
-    const WorkingCopy config(factory, Source_Read(factory));
-    chip = Start_Fill(0).bytes;
+    const Image factory = Source_Open({}, CAMERA_FOLDER "/device.conf");
+    chip.assign(factory.bytes.begin(), factory.bytes.end());
     answers = [](std::size_t) { return true; };
     i2c_device = {.is_vendors = false, .transfer = Transfer};
   }
   ~Chip() override { (void)close(lock); }
 
-  // The bytes in hex, or why there are none.
+  // The bytes, or why there are none.
   static std::string Read(bool anyway = false) {
-    Image image;
-    image.name = "/dev/full";
+    Options options;
+    options.flags["anyway"] = anyway;
     try {
-      Chip_Read(anyway, image);
-      return Hex(image.bytes);
+      const Image image = Source_Open(options, "/dev/full");
+      return {image.bytes.begin(), image.bytes.end()};
     } catch (const Failure& failure) {
       return failure.what();
     }
@@ -55,7 +52,7 @@ struct Chip : testing::Test {
 TEST_F(Chip, IsAskedAgainInItsWriteCycle) {
   int transfers = 0;
   answers = [&](std::size_t) { return ++transfers % 7 != 0; };
-  EXPECT_TRUE(Hex(chip) == Read());
+  EXPECT_TRUE(chip == Read());
 }
 
 TEST_F(Chip, ThatStaysSilentIsReported) {
@@ -66,16 +63,16 @@ TEST_F(Chip, ThatStaysSilentIsReported) {
 // A daemon is started, and writes the port between the transfers that read its two bytes; so often
 // at last that nobody waits for its end.
 TEST_F(Chip, GivesNoHalfOfAValueThatIsBeingWritten) {
-  std::uint8_t writes = 0, most = 3;
+  char writes = 0, most = 3;
   answers = [&](std::size_t address) {
     if (address != 754 || writes == most) return true;
     chip[753] = chip[754] = ++writes;
     return flock(lock, LOCK_EX) == 0;
   };
-  EXPECT_EQ("0303", Read().substr(753UL * 2, 4));
+  EXPECT_EQ("\3\3", Read().substr(753, 2));
   writes = 0, most = 20;
   testing::internal::CaptureStderr();
-  EXPECT_EQ(chip.size() * 2, Read().size());
+  EXPECT_EQ(chip.size(), Read().size());
   EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("keeps changing"));
   EXPECT_EQ(10, writes) << "readings";
 }
