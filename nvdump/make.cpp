@@ -2,6 +2,7 @@
 // The daemon's own start on a copy of a configuration, and what is written to files: build,
 // extract, dump.
 #include <fcntl.h>
+#include <fnmatch.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -71,6 +72,17 @@ Json Config_Values() {
     if (counts) values.emplace_back(path.data(), value.data());
   }
   return values;
+}
+
+// Whether a path is one of the secret ones, with any number for their "%d": a restore may have
+// moved the network storage.
+bool IsSecret(const std::map<std::string, bool>& table, const std::string& path) {
+  return std::ranges::any_of(table, [&path](const auto& each) {
+    std::string pattern = each.first;
+    const std::size_t number = pattern.find("%d");
+    if (number != pattern.npos) pattern.replace(number, 2, "[0-9]*");
+    return each.second && fnmatch(pattern.c_str(), path.c_str(), 0) == 0;
+  });
 }
 
 // Refuses an output that would destroy something, what is read from first of all.
@@ -192,6 +204,10 @@ Json Start_Restore(const Image& image, const Options& options) {
     }
     Json& row = rows[path];
     for (const char* cell : {"address", "section", "key", "secret"}) row[cell] = stored[cell];
+  }
+  const auto table = Table_Paths();
+  for (Json& row : rows) {
+    if (!options.flags.at("secrets") && IsSecret(table, row["where"])) row["secret"] = true;
   }
   return rows;
 }
