@@ -207,7 +207,7 @@ shows() {
   cat "$work/out" "$work/said" | grep -cE '(Qz){3}|(zQ){3}|UXpR|elF6|(51 ?7a ?){2}|(7a ?51 ?){2}|1366970746|2052160081' || true
 }
 cases=0 telling=
-for how in 'damage 0:53' 'damage 4:02' 'damage 248:00000001' 'damage 253:00002b86 11142:000000030100000575' \
+for how in 'damage 0:53' 'damage 4:02' 'damage 253:00002f2a' 'damage 253:00002b86 11142:000000030100000575' \
   'damage 50:000001c1' 'damage 50:00002c3d' "damage $((last - 718)):00002f2a" "cp $work/long $work/damaged"; do
   $how
   for command in 'info --json' 'list --long --all' 'list --json' 'get General.UserID.Admin --source' 'map --hex' \
