@@ -93,7 +93,7 @@ test_change_and_save() {
     expect_end "${words%% *}" $'?!(*\n*)' camera exec xmlcfg ${words#* }
   done
   expect_end 1 '*/etc/none: No such file*' camera exec xmlcfg -g PTZ /etc/none
-  expect_end 1 '*standard output: No space*' bash -c "'$build/xmlcfg' -l '$state/etc/device.conf' >/dev/full"
+  expect_end 1 '*standard output: No space*' bash -c "'$build/xmlcfg' -g PTZ.Speed.ZoomSpeed '$state/etc/device.conf' >/dev/full"
   sed '1i no XML' "$state/etc/device.conf" >"$state/conf"
   expect_end 1 '*: line 1, column 1: *' camera exec xmlcfg -g PTZ - <"$state/conf"
   { read -r && expect_end 0 'PTZ.Speed.ZoomSpeed=?*' camera exec xmlcfg -l '*.Zoom*eed' -; } <"$state/conf"
