@@ -65,8 +65,6 @@ ssize_t ReadChip(int fd, std::span<std::uint8_t> buffer) {
   return -1;
 }
 
-ssize_t NeverWrite(int /*fd*/, std::span<const std::uint8_t> /*buffer*/) { return -1; }
-
 // Where the chain ends, by its headers. Behind a first one that is none, the second section lies
 // where it belongs if a fill was cut short.
 std::size_t EndOfChain(int fd) {
@@ -121,17 +119,18 @@ void OpenChip(const Options& options, Image& image) {
   image.adapter = I2c_AdapterName();
   chip_adapter = I2c_UseAdapter(&patient_reader);
   patient_reader = *chip_adapter;
-  patient_reader.write = NeverWrite;
+  patient_reader.write = [](int, std::span<const std::uint8_t>) { return ssize_t{-1}; };
   patient_reader.read = ReadChip;
   chip_fault.clear();
+  bytes_read = 0;
   started = std::chrono::steady_clock::now();
-  (void)IsShared(fd, options, image.name);
+  bool is_shared = IsShared(fd, options, image.name);
   std::vector<std::uint8_t> before;
   int readings = 0;
   do {
     before = std::exchange(image.bytes, ReadOnce(fd, image.name));
-  } while (IsShared(fd, options, image.name) && image.bytes != before &&
-           ++readings < most_readings);
+    is_shared = IsShared(fd, options, image.name) || is_shared;
+  } while (is_shared && image.bytes != before && ++readings < most_readings);
   if (readings == most_readings) {
     Say(image.name + ": keeps changing, a value may be half old and half new");
   }
@@ -190,7 +189,7 @@ void ReadSections(Image& image) {
          walk.address < image.bytes.size()) {
     SectionRecord& record = image.sections.emplace_back();
     record.address = walk.address;
-    if (EEprom_ReadSection(eeprom_handle, record) != 0 ||
+    if (EEprom_ReadSection(eeprom_handle, record) == 0 &&
         Section_FieldAddress(walk.address, record.data.size()) > image.bytes.size()) {
       record.data.clear();
       (void)EEprom_WriteByte(eeprom_handle, walk.address, 0xFF);
@@ -263,10 +262,8 @@ Image Source_Open(const Options& options, const std::string& operand) {
 }
 
 std::string Source_Read(const std::string& name) {
-  static bool input_is_read = false;
-  if (name == "-" && std::exchange(input_is_read, true)) {
-    throw Failure("-: standard input can be read once only");
-  }
+  static bool is_read = false;
+  if (name == "-" && std::exchange(is_read, true)) throw Failure("-: can be read once only");
   std::FILE* const file = name == "-" ? stdin : std::fopen(name.c_str(), "re");
   if (file == nullptr) throw Failure(name + ": " + std::strerror(errno));
   std::string content(largest_configuration + 1, '\0');
@@ -298,7 +295,7 @@ void Image_Parse(Image& image, bool secrets) {
   const bool is_filled = image.state == ImageState::filled;
   if (is_filled || image.state == ImageState::unfinished) ReadSections(image);
   AddRanges(image);
-  if (!secrets) HideSecrets(image);
+  if (!secrets && image.state != ImageState::blank) HideSecrets(image);
   if (!is_filled || image.sections[0].data.empty()) return;
   image.product = Field_Text(Field_Bytes(image.ranges.at(1)));
   image.time = Field_Number(Field_Bytes(image.ranges.at(2)));

@@ -209,8 +209,7 @@ Json Differences(const Json& a, const Json& b, const char* cell, std::set<std::s
     const Json before = a.value(subject, Json::object()), after = b.value(subject, Json::object());
     const Json old = before.value(cell, Json()), now = after.value(cell, Json());
     const std::vector<std::string> paths = row.value("paths", std::vector<std::string>());
-    const bool is_told =
-        std::ranges::any_of(paths, [&](auto& path) { return told.contains(path); });
+    const bool is_told = std::ranges::any_of(paths, [&](auto& it) { return told.contains(it); });
     if (is_told || old == now || !row.contains("section") || subject == "id time") continue;
     told.insert(subject);
     const std::string address = Cell(before.empty() ? after : before, "address") + ": ";
@@ -328,16 +327,18 @@ Json Parameter_Rows(const Image& image) {
 bool SayWhatIsMissing(const Image& image) {
   if (image.state == ImageState::blank || image.state == ImageState::test_board) return false;
   std::string sections;
-  auto fields = std::ranges::count(image.ranges, nullptr, &Range::field) - std::ssize(image.ranges);
   for (std::size_t i = 0; i < chain_sections; ++i) {
     const bool is_there = i < image.sections.size() && !image.sections[i].data.empty();
     if (!is_there) sections += " " + Section_Name(i);
-    fields += std::ssize(Map_At(i).fields);
   }
-  if (fields == 0) return false;  // all are there
-  const std::size_t missing = Table_Paths().size() - Parameter_Rows(image).size();
-  if (sections.empty() && missing == 0) return false;
-  Say(image.name + ": can't be read:" + sections + Format("; %zu parameters are missing", missing));
+  auto missing = Table_Paths();
+  for (const auto& [address, size, position, section, field, offset] : image.ranges) {
+    if (field == nullptr) continue;
+    for (const std::string& path : Field_Paths(position, *field)) missing.erase(path);
+  }
+  if (sections.empty() && missing.empty()) return false;
+  Say(image.name + ": can't be read:" + sections +
+      Format("; %zu parameters are missing", missing.size()));
   return true;
 }
 

@@ -75,9 +75,7 @@ constexpr std::array<CommandRow, 9> commands = {{
     {"dump", "anyway device force output", 0, 1, Dump},
 }};
 
-struct WrongUsage : Failure {
-  explicit WrongUsage(const std::string& what) : Failure(what + "; see nvdump --help") {}
-};
+const std::string see_help = "; see nvdump --help";
 
 // Reads the options behind the command, of those that it has. Returns whether only the help or the
 // version is wanted, which is then in `out`.
@@ -99,11 +97,11 @@ bool ReadOptions(int argc, char* argv[], std::string_view own, Options& options,
       return true;
     }
     const std::string word = options.command + " " + argv[optind - 1];
-    if (letter == '?') throw WrongUsage(word + ": no such option");
-    const std::string name =
-        letter == 'o' ? "output" : table.at(static_cast<std::size_t>(index)).name;
-    if (letter == ':') throw WrongUsage(word + " needs a value");
-    if (optarg != nullptr && *optarg == '\0') throw WrongUsage("an empty word for --" + name);
+    if (letter == '?') throw Failure(word + ": no such option" + see_help);
+    const std::string name = letter == 'o' ? "output" : table.data()[index].name;
+    if (letter == ':') throw Failure(word + " needs a value" + see_help);
+    if (optarg != nullptr && *optarg == '\0')
+      throw Failure("an empty word for --" + name + see_help);
     if (optarg == nullptr) options.flags[name] = true;
     if (optarg != nullptr) options.words[name] = optarg;
   }
@@ -121,7 +119,7 @@ int RunOnEach(const CommandRow& command, Options options, std::string& out) {
       status = std::max(status, command.run(options, own));
       const bool has_title = operands.size() > 1 && !options.flags.at("json");
       out += (has_title ? Escaped(name) + ":\n" : "") + own;
-    } catch (const Failure& failure) {
+    } catch (const std::exception& failure) {
       Say(failure.what());
       status = exit_fails;
     }
@@ -138,13 +136,13 @@ int Run(int argc, char* argv[], std::string& out) {
   const bool is_known = command != commands.end();
   optind = is_known ? 2 : 1;
   if (ReadOptions(argc, argv, is_known ? command->options : "", options, out)) return exit_fine;
-  if (!is_known) throw WrongUsage("unknown command '" + options.command + "'");
+  if (!is_known) throw Failure("unknown command '" + options.command + "'" + see_help);
   options.operands.assign(argv + optind, argv + argc);
   const std::size_t count = options.operands.size();
   if (count < command->least || count > command->most) {
-    throw WrongUsage(options.command + ": not so many operands");
+    throw Failure(options.command + ": wrong number of operands" + see_help);
   }
-  if (std::ranges::count(options.operands, "") > 0) throw WrongUsage("an operand is empty");
+  if (std::ranges::count(options.operands, "") > 0) throw Failure("an operand is empty" + see_help);
   if (count == 0) options.operands.emplace_back();
   // Elsewhere it is a bus with who knows what at that address.
   std::string& device = options.words["device"];

@@ -110,7 +110,7 @@ std::string Written(const Options& options, const std::string& content) {
   if (path == "-") return content;
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
   if (fd >= 0) (void)close(fd);
-  const bool may_replace = fd >= 0 || (options.flags.at("force") && errno == EEXIST);
+  const bool may_replace = fd >= 0 || (options.flags.at("force") && std::filesystem::exists(path));
   if (may_replace && File_Replace(path.c_str(), content) == 0) return {};
   const int error = errno;
   if (fd >= 0) (void)unlink(path.c_str());
@@ -174,7 +174,8 @@ bool Start_IsForeign() {
 }
 
 Json Start_Restore(const Image& image, const Options& options) {
-  template_folder = options.words.at("templates").c_str();
+  const std::string& templates = options.words.at("templates");
+  template_folder = templates.c_str();
   const auto before = Config_Values().get<std::map<std::string, Json>>();
   const bool is_foreign = Start_IsForeign();
   (void)Nv_ReadBackCheck();
@@ -194,9 +195,11 @@ Json Start_Restore(const Image& image, const Options& options) {
     if (was != value) rows[path] = {{"where", path}, {"old", was}, {"new", value}};
   }
   const Json parameters = Parameter_Rows(image);
+  bool lacks = false;
   for (const auto& [table_path, stored] : parameters.items()) {
     const std::string path = Nv_FormatPath(table_path, NsIndex).data();
     if (!rows.contains(path)) {
+      lacks = lacks || (!after.contains(path) && !stored["value"].is_null());
       if (!after.contains(path) || IsAsStored(after[path], stored["value"])) continue;
       rows[path] = {
           {"where", path}, {"old", after[path]}, {"new", stored["value"]}, {"why", "stays out"}};
@@ -205,6 +208,7 @@ Json Start_Restore(const Image& image, const Options& options) {
     Json& row = rows[path];
     for (const char* cell : {"address", "section", "key", "secret"}) row[cell] = stored[cell];
   }
+  if (lacks && !File_Exists(template_folder)) Say(templates + ": no such folder");
   const auto table = Table_Paths();
   for (Json& row : rows) {
     if (!options.flags.at("secrets") && IsSecret(table, row["where"])) row["secret"] = true;
@@ -227,7 +231,7 @@ int Build(const Options& options, std::string& out) {
   if (SayLosses(options, image) && options.flags.at("strict")) throw Failure("not built: --strict");
   const std::size_t size = Number(options.words.at("size"), 0x80000);
   if (size > 0 && size < image.bytes.size()) {
-    throw Failure(Format("the image has %zu bytes", image.bytes.size()));
+    throw Failure(Format("--size %zu: the image has %zu bytes", size, image.bytes.size()));
   }
   image.bytes.resize(std::max(size, image.bytes.size()), 0xFF);
   out = Written(options, {image.bytes.begin(), image.bytes.end()});
@@ -264,7 +268,7 @@ int Dump(const Options& options, std::string& out) {
   CheckOutput(options, {options.operands[0], options.words.at("device")}, false);
   const Image image = Source_Open(options, options.operands[0]);
   out = Written(options, {image.bytes.begin(), image.bytes.end()});
-  if (image.state == ImageState::filled) {
+  if (image.state == ImageState::filled && out.empty()) {
     Say(options.words.at("output") + " holds the passwords as they are");
   }
   return exit_fine;
