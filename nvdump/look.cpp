@@ -429,7 +429,7 @@ int Info(const Options& options, std::string& out) {
   answer["last_change"] = image.time;
   answer["sections"] = Shown(sections);
   std::vector<Columns> lines = {{"state", State_Name(image.state)}};
-  if (!image.product.empty()) {
+  if (image.state == ImageState::filled && !image.sections[0].data.empty()) {
     lines.push_back({"product number", Escaped(image.product)});
     lines.push_back({"last change", Time_Text(image.time)});
   }

@@ -75,7 +75,7 @@ constexpr std::array<CommandRow, 9> commands = {{
     {"dump", "anyway device force output", 0, 1, Dump},
 }};
 
-const std::string see_help = "; see nvdump --help";
+constexpr const char* see_help = "; see nvdump --help";
 
 // Reads the options behind the command, of those that it has. Returns whether only the help or the
 // version is wanted, which is then in `out`.
@@ -97,11 +97,11 @@ bool ReadOptions(int argc, char* argv[], std::string_view own, Options& options,
       return true;
     }
     const std::string word = options.command + " " + argv[optind - 1];
-    if (letter == '?') throw Failure(word + ": no such option" + see_help);
+    if (letter == '?') throw Failure(Format("%s: no such option%s", word.c_str(), see_help));
     const std::string name = letter == 'o' ? "output" : table.data()[index].name;
-    if (letter == ':') throw Failure(word + " needs a value" + see_help);
-    if (optarg != nullptr && *optarg == '\0')
-      throw Failure("an empty word for --" + name + see_help);
+    if (letter == ':') throw Failure(Format("%s needs a value%s", word.c_str(), see_help));
+    const bool is_empty = optarg != nullptr && *optarg == '\0';
+    if (is_empty) throw Failure(Format("an empty word for --%s%s", name.c_str(), see_help));
     if (optarg == nullptr) options.flags[name] = true;
     if (optarg != nullptr) options.words[name] = optarg;
   }
@@ -142,7 +142,8 @@ int Run(int argc, char* argv[], std::string& out) {
   if (count < command->least || count > command->most) {
     throw Failure(options.command + ": wrong number of operands" + see_help);
   }
-  if (std::ranges::count(options.operands, "") > 0) throw Failure("an operand is empty" + see_help);
+  if (std::ranges::count(options.operands, "") > 0)
+    throw Failure(std::string("an operand is empty") + see_help);
   if (count == 0) options.operands.emplace_back();
   // Elsewhere it is a bus with who knows what at that address.
   std::string& device = options.words["device"];

@@ -122,7 +122,7 @@ while IFS='|' read -r how findings lost; do
 done <<'EOF_SHORT'
 damage 586:02|1 finding|ssnt
 short 10951|2 findings|srin srex
-short 600|2 findings|ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex
+short 585|5 findings|ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex
 short 100|2 findings|ssdt sssc ssnt lvim lvln lvad lvdn stpf0 stpf1 stpf2 stpf3 srin srex
 EOF_SHORT
 same 'short images' 4 "$cases"
