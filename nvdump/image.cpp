@@ -86,6 +86,7 @@ std::size_t EndOfChain(int fd) {
 }
 
 std::vector<std::uint8_t> ReadOnce(int fd, const std::string& name) {
+  bytes_read = 0;
   (void)EEprom_SelectByteWidth(fd);
   std::vector<std::uint8_t> bytes(EndOfChain(fd));
   EEprom_ReadBytes(fd, 0, bytes);
@@ -122,7 +123,6 @@ void OpenChip(const Options& options, Image& image) {
   patient_reader.write = [](int, std::span<const std::uint8_t>) { return ssize_t{-1}; };
   patient_reader.read = ReadChip;
   chip_fault.clear();
-  bytes_read = 0;
   started = std::chrono::steady_clock::now();
   bool is_shared = IsShared(fd, options, image.name);
   std::vector<std::uint8_t> before;
