@@ -37,8 +37,8 @@ void RestoreByKind(const SectionRules& section, const Conversion& conversion, Fi
 
 enum class Way : std::uint8_t { to_section, to_config };
 
-int Convert(Way way, ValueSlots& slots, FieldKey key, SectionRecord& record, std::size_t offset,
-            FieldFormat format) {
+int Convert(Way way, ValueSlots& slots, const FieldKey& key, SectionRecord& record,
+            std::size_t offset, FieldFormat format) {
   constexpr static FieldRule no_rule = {};
   const SectionRules* section = FindSectionRules(record.type);
   if (section == nullptr) return -1;
@@ -59,17 +59,17 @@ int Convert(Way way, ValueSlots& slots, FieldKey key, SectionRecord& record, std
 
 }  // namespace
 
-int Param_ConfigToSection(ValueSlots& slots, FieldKey key, SectionRecord& record,
+int Param_ConfigToSection(ValueSlots& slots, const FieldKey& key, SectionRecord& record,
                           std::size_t offset, FieldFormat format) {
   return Convert(Way::to_section, slots, key, record, offset, format);
 }
 
-int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, FieldKey key,
+int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, const FieldKey& key,
                           std::size_t offset, FieldFormat format) {
   return Convert(Way::to_config, slots, key, record, offset, format);
 }
 
-const FieldRule* Param_FindRule(SectionType type, FieldKey key) {
+const FieldRule* Param_FindRule(SectionType type, const FieldKey& key) {
   const SectionRules* section = FindSectionRules(type);
   return section == nullptr ? nullptr : FindRule(section->rules, key);
 }

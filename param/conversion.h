@@ -15,13 +15,13 @@
 // the record's payload is left alone.
 
 // Converts the texts in `slots` into the field at `offset`.
-int Param_ConfigToSection(ValueSlots& slots, FieldKey key, SectionRecord& record,
+int Param_ConfigToSection(ValueSlots& slots, const FieldKey& key, SectionRecord& record,
                           std::size_t offset, FieldFormat format);
 
 // Converts the field at `offset` into texts. The caller hands in empty slots; one that stays empty
 // means that nothing is restored for its path.
-int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, FieldKey key,
+int Param_SectionToConfig(SectionRecord& record, ValueSlots& slots, const FieldKey& key,
                           std::size_t offset, FieldFormat format);
 
 // The rule that a field of one of the types 1 to 10 follows; null when there is none.
-const FieldRule* Param_FindRule(SectionType type, FieldKey key);
+const FieldRule* Param_FindRule(SectionType type, const FieldKey& key);

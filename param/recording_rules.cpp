@@ -144,7 +144,7 @@ void Authentication_ToSection(const Conversion& conversion) {
 }
 
 // A property of the schedule that the section's owner has.
-consteval FieldRule Scheduled(FieldKey key, Converter to_config, std::string_view owner) {
+consteval FieldRule Scheduled(const FieldKey& key, Converter to_config, std::string_view owner) {
   return {.key = key, .to_section = Scheduled_ToSection, .to_config = to_config, .owner = owner};
 }
 

@@ -87,7 +87,7 @@ std::int32_t Field_Signed(std::span<const std::uint8_t> field);
 std::span<std::uint8_t> Sibling(const Conversion& conversion, FieldPlace place);
 
 // The rule that a key follows: the first that fits; null when there is none.
-constexpr const FieldRule* FindRule(std::span<const FieldRule> rules, FieldKey key) {
+constexpr const FieldRule* FindRule(std::span<const FieldRule> rules, const FieldKey& key) {
   const auto rule = std::ranges::find_if(rules, [key](const FieldRule& each) {
     return each.key.text == key.text && (each.key.number == 0 || each.key.number == key.number);
   });

@@ -38,20 +38,20 @@ consteval bool HidesNumber(const EnumRow& earlier, const EnumRow& row) {
 }
 
 // The rules. A key that ends in "_" without a number stands for every number.
-consteval FieldRule Enum(FieldKey key, std::span<const EnumRow> values) {
+consteval FieldRule Enum(const FieldKey& key, std::span<const EnumRow> values) {
   return {.key = key, .to_section = Enum_ToSection, .to_config = Enum_ToConfig, .values = values};
 }
 
-consteval FieldRule Names(FieldKey key, std::span<const Extension> extensions) {
+consteval FieldRule Names(const FieldKey& key, std::span<const Extension> extensions) {
   return {.key = key, .to_section = Name_ToSection, .extensions = extensions};
 }
 
-consteval FieldRule Constant(FieldKey key, std::uint32_t constant) {
+consteval FieldRule Constant(const FieldKey& key, std::uint32_t constant) {
   return {.key = key, .to_section = Constant_ToSection, .constant = constant};
 }
 
 // A rule with converters of its own; null: by the field's kind.
-consteval FieldRule Own(FieldKey key, Converter to_section, Converter to_config) {
+consteval FieldRule Own(const FieldKey& key, Converter to_section, Converter to_config) {
   return {.key = key, .to_section = to_section, .to_config = to_config};
 }
 

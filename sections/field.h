@@ -112,13 +112,13 @@ struct FieldPlace {
 void no_field_has_this_key();  // has no body: whoever calls it does not compile
 
 // The index of the field with a key; a key that no field has does not compile.
-consteval std::size_t FieldIndex(std::span<const Field> fields, FieldKey key) {
+consteval std::size_t FieldIndex(std::span<const Field> fields, const FieldKey& key) {
   const auto field = std::ranges::find(fields, key, &Field::key);
   if (field == fields.end()) no_field_has_this_key();
   return static_cast<std::size_t>(field - fields.begin());
 }
 
-consteval FieldPlace PlaceOf(std::span<const Field> fields, FieldKey key) {
+consteval FieldPlace PlaceOf(std::span<const Field> fields, const FieldKey& key) {
   const std::size_t index = FieldIndex(fields, key);
   return {FieldOffset(fields, index), fields[index].format.size};
 }
@@ -146,7 +146,8 @@ consteval bool HasIdlePath(std::string_view paths) {
 }
 
 // What is wrong with a row. `stray` is a key that is meant not to begin with the section's prefix.
-consteval std::string_view FaultOf(const Field& field, std::string_view prefix, FieldKey stray) {
+consteval std::string_view FaultOf(const Field& field, std::string_view prefix,
+                                   const FieldKey& stray) {
   const auto& [key, format, paths] = field;
   if (!IsStorable(format)) return "this size and kind can't be stored";
   if (paths.size() > longest_paths) return "the paths are too long";
@@ -160,7 +161,7 @@ consteval std::string_view FaultOf(const Field& field, std::string_view prefix, 
 
 // The first faulty row.
 consteval Finding FaultOf(std::span<const Field> fields, std::string_view prefix,
-                          FieldKey stray = {}) {
+                          const FieldKey& stray = {}) {
   for (const Field& field : fields) {
     const std::string_view fault = FaultOf(field, prefix, stray);
     if (!fault.empty()) return {field.key.text, fault, field.key.number};
