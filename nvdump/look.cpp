@@ -337,8 +337,8 @@ bool SayWhatIsMissing(const Image& image) {
     for (const std::string& path : Field_Paths(position, *field)) missing.erase(path);
   }
   if (sections.empty() && missing.empty()) return false;
-  Say(image.name + ": can't be read:" + sections +
-      Format("; %zu parameters are missing", missing.size()));
+  if (!sections.empty()) sections = " can't be read:" + sections + ";";
+  Say(image.name + ":" + sections + Format(" %zu parameters are missing", missing.size()));
   return true;
 }
 
